@@ -1,0 +1,42 @@
+# calorix_layer(NAME DIRS folder... [EXTRA file...] [EXCLUDE file...] LINK target...): one static library per layer, made
+# of every source in the named folders (paths from the project's root).
+function(calorix_layer name)
+    cmake_parse_arguments(ARG "" "" "DIRS;EXTRA;EXCLUDE;LINK" ${ARGN})
+    set(sources ${ARG_EXTRA})
+    foreach(dir ${ARG_DIRS})
+        file(GLOB found CONFIGURE_DEPENDS RELATIVE ${CMAKE_SOURCE_DIR}
+            ${CMAKE_SOURCE_DIR}/${dir}/*.cpp ${CMAKE_SOURCE_DIR}/${dir}/*.c ${CMAKE_SOURCE_DIR}/${dir}/*.h)
+        list(APPEND sources ${found})
+    endforeach()
+    list(REMOVE_DUPLICATES sources)
+    if(ARG_EXCLUDE)
+        list(REMOVE_ITEM sources ${ARG_EXCLUDE})
+    endif()
+    list(TRANSFORM sources PREPEND ${CMAKE_SOURCE_DIR}/)
+    set(code ${sources})
+    list(FILTER code INCLUDE REGEX "\\.(c|cpp)$")
+    if(code)
+        add_library(calorix_${name} STATIC ${sources})
+        target_link_libraries(calorix_${name} PUBLIC calorix_options ${ARG_LINK})
+    else()
+        add_library(calorix_${name} INTERFACE)
+        target_link_libraries(calorix_${name} INTERFACE calorix_options ${ARG_LINK})
+    endif()
+endfunction()
+
+# calorix_program(NAME sources... ): an executable in bin/. Thread-sanitizer builds get the glue that shows Qt's own
+# synchronisation to the sanitizer.
+function(calorix_program name)
+    add_executable(${name} ${ARGN})
+    if(CALORIX_SANITIZE STREQUAL "thread")
+        target_link_libraries(${name} PRIVATE calorix_tsan_glue)
+    endif()
+endfunction()
+
+if(CALORIX_SANITIZE STREQUAL "thread")
+    find_package(Qt5 REQUIRED COMPONENTS Core)
+    add_library(calorix_tsan_glue OBJECT ${CMAKE_SOURCE_DIR}/cmake/tsanGlue.cpp)
+    set_target_properties(calorix_tsan_glue PROPERTIES AUTOMOC OFF)
+    target_include_directories(calorix_tsan_glue PRIVATE ${Qt5Core_PRIVATE_INCLUDE_DIRS})
+    target_link_libraries(calorix_tsan_glue PUBLIC Qt5::Core ${CMAKE_DL_LIBS})
+endif()

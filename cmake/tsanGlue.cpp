@@ -1,0 +1,54 @@
+// Linked into ThreadSanitizer builds only. Qt itself is not instrumented, so the sanitizer cannot see that a
+// QMutex orders two threads or that a queued signal hands its arguments over. These wrappers tell it, and
+// change nothing else.
+#include <QtCore>
+#include <private/qobject_p.h>
+
+#include <dlfcn.h>
+
+extern "C" void __tsan_acquire(void *);
+extern "C" void __tsan_release(void *);
+
+namespace {
+template <class F>
+F next(const char *name)
+{
+    return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
+}
+}
+
+void QMetaObject::activate(QObject *sender, const QMetaObject *m, int index, void **argv)
+{
+    static const auto real = next<void (*)(QObject *, const QMetaObject *, int, void **)>(
+        "_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
+    __tsan_release(sender);
+    real(sender, m, index, argv);
+}
+
+void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const auto real = next<void (*)(QMutex *)>("_ZN6QMutex4lockEv");
+    real(this);
+    __tsan_acquire(this);
+}
+
+void QMutex::unlock() Q_DECL_NOTHROW
+{
+    static const auto real = next<void (*)(QMutex *)>("_ZN6QMutex6unlockEv");
+    __tsan_release(this);
+    real(this);
+}
+
+namespace {
+/// Runs before the handler of every event: a queued call carries its sender's writes with it.
+bool deliver(void **data)
+{
+    if (static_cast<QEvent *>(data[1])->type() == QEvent::MetaCall) {
+        if (const QObject *sender = static_cast<QAbstractMetaCallEvent *>(data[1])->sender())
+            __tsan_acquire(const_cast<QObject *>(sender));
+    }
+    return false;
+}
+
+const bool registered = QInternal::registerCallback(QInternal::EventNotifyCallback, deliver);
+}

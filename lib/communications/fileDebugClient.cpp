@@ -1,0 +1,48 @@
+#include "lib/communications/fileDebugClient.h"
+
+#include <QFile>
+#include <QLocale>
+#include <QProcess>
+
+#include <cstdio>
+
+namespace {
+constexpr int uuidTail = 6; // characters of the UUID that tell components of one name apart
+
+/// English month names whatever the language of the machine: the names are part of the format.
+QString englishDate(const QDateTime &time, const QString &format)
+{
+    return QLocale::c().toString(time, format);
+}
+}
+
+fileDebugClient::fileDebugClient(const QString &path, QObject *parent, const hostSystem &host)
+    : debugClient(parent)
+    , m_path(path)
+    , m_host(host)
+{
+}
+
+void fileDebugClient::registerComponent(const debugMessage &)
+{
+    QProcess::execute(QStringLiteral("mkdir"), {QStringLiteral("-p"), m_host.path(m_path)});
+}
+
+void fileDebugClient::log(const debugMessage &m)
+{
+    if (!outputRequired(m))
+        return;
+    const QDateTime now = m_host.now();
+    const QString fileName = m_path + englishDate(now, QStringLiteral("dd_MMM_yy")) + QStringLiteral(".log");
+    QFile file(m_host.path(fileName));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+        std::printf("Could not append to \"%s\"\n", fileName.toLocal8Bit().constData());
+        return;
+    }
+    QString name = m.componentName;
+    name.replace(QLatin1Char(' '), QLatin1Char('_'));
+    file.write(QStringLiteral("%1 %2[%3]:%4 %5\n")
+                   .arg(englishDate(now, QStringLiteral("MMM dd hh:mm:ss")), name,
+                       m.UUID.toString().right(uuidTail), QString::number(m.level), m.debugData)
+                   .toLocal8Bit()); // one write: lines of two threads never mix
+}

@@ -1,0 +1,90 @@
+#include "lib/communications/networkDebugServer.h"
+
+#include <QHostAddress>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QThread>
+
+#include <cstdio>
+
+namespace {
+constexpr qint64 unsentLimit = 8 * 1024 * 1024; // bytes; a viewer that reads nothing must not eat the memory
+}
+
+networkDebugServer::networkDebugServer(QObject *parent)
+    : debugClient(parent)
+    , tcpServer(new QTcpServer(this))
+{
+    connect(tcpServer, &QTcpServer::newConnection, this, &networkDebugServer::connectClient);
+    listen();
+}
+
+int networkDebugServer::port() const
+{
+    return tcpServer->isListening() ? tcpServer->serverPort() : m_port;
+}
+
+bool networkDebugServer::isListening() const
+{
+    return tcpServer->isListening();
+}
+
+void networkDebugServer::listen()
+{
+    if (tcpServer->isListening())
+        std::fputs("Debug server already listening\n", stderr);
+    else if (tcpServer->listen(QHostAddress::Any, quint16(m_port)))
+        std::fprintf(stderr, "Debug server listening on port %i\n", port());
+}
+
+void networkDebugServer::shutdown()
+{
+    tcpServer->close();
+}
+
+void networkDebugServer::connectClient()
+{
+    while (QTcpSocket *viewer = tcpServer->nextPendingConnection()) {
+        client.append(viewer);
+        std::printf("Client connected from %s:%i\n", viewer->peerAddress().toString().toLatin1().constData(),
+            int(viewer->peerPort()));
+        const QList<QByteArray> tree = registrations();
+        for (const QByteArray &registration : tree)
+            viewer->write(registration);
+        connect(viewer, &QTcpSocket::disconnected, this, &networkDebugServer::disconnectClient);
+    }
+}
+
+void networkDebugServer::disconnectClient()
+{
+    // Kept: the index moves on after a removal too; a second dead viewer right behind waits for the next
+    // call.
+    for (int i = 0; i < client.size(); ++i) {
+        if (client[i]->state() != QAbstractSocket::UnconnectedState)
+            continue;
+        std::printf("Destroying client %i\n", i);
+        QTcpSocket *const gone = client.takeAt(i);
+        gone->disconnect();
+        gone->deleteLater();
+    }
+}
+
+void networkDebugServer::transmit(const QByteArray &bytes)
+{
+    if (thread() == QThread::currentThread())
+        send(bytes);
+    else
+        QMetaObject::invokeMethod(
+            this, [this, bytes] { send(bytes); }, Qt::QueuedConnection);
+}
+
+void networkDebugServer::send(const QByteArray &bytes)
+{
+    const QList<QTcpSocket *> viewers = client;
+    for (QTcpSocket *viewer : viewers) {
+        if (viewer->bytesToWrite() > unsentLimit)
+            viewer->abort();
+        else
+            viewer->write(bytes);
+    }
+}
