@@ -1,6 +1,5 @@
 # Compiler settings that every target of the project shares.
 add_library(calorix_options INTERFACE)
-target_compile_features(calorix_options INTERFACE cxx_std_17)
 target_include_directories(calorix_options INTERFACE ${CMAKE_SOURCE_DIR})
 target_compile_options(calorix_options INTERFACE
     -Wall -Wextra -Wpedantic
