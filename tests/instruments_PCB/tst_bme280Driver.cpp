@@ -209,7 +209,7 @@ struct replay {
             const step &s = steps[at++];
             if (s.op == QLatin1String("delay"))
                 continue; // the caller's own wait
-            const int code = call(s);
+            const std::int8_t code = call(s);
             while (at < steps.size() && steps[at].op == QLatin1String("value"))
                 compareValue(steps[at++]);
             const step *expected = next("return");

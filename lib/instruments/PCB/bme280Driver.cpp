@@ -283,15 +283,15 @@ std::int8_t bme280_set_regs(
         return bme280NullPointer;
     if (length == 0)
         return bme280NoLength;
-    length = std::min(length, maxWriteRegisters);
     const std::uint8_t writeMask = dev->intf == bme280I2c ? 0xFF : static_cast<std::uint8_t>(~spiReadBit);
     // The chip does not count registers up on writing: value, register, value, ... after the first register.
     std::array<std::uint8_t, 2 * maxWriteRegisters> message{};
-    for (std::size_t i = 0; i < length; ++i) {
+    const std::size_t count = std::min(length, maxWriteRegisters);
+    for (std::size_t i = 0; i < count; ++i) {
         message[2 * i] = regs[i] & writeMask;
         message[2 * i + 1] = data[i];
     }
-    const auto following = static_cast<std::uint16_t>(2 * length - 1);
+    const auto following = static_cast<std::uint16_t>(2 * count - 1);
     return dev->write(dev->dev_id, message[0], message.data() + 1, following) == 0 ? bme280Ok
                                                                                    : bme280BusFailed;
 }
