@@ -11,8 +11,11 @@ networkDebugClient::networkDebugClient(const QString &host, QObject *parent)
 
 void networkDebugClient::attach()
 {
-    if (!connection)
+    if (!connection) {
         connection = new QTcpSocket(this);
+        connect(connection, &QTcpSocket::readyRead, connection,
+            [this] { connection->skip(connection->bytesAvailable()); }); // nothing is expected back
+    }
     connection->connectToHost(m_host, quint16(port), QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
 }
 

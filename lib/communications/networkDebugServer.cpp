@@ -51,6 +51,8 @@ void networkDebugServer::connectClient()
         const QList<QByteArray> tree = registrations();
         for (const QByteArray &registration : tree)
             viewer->write(registration);
+        // What a viewer says is nobody's business; kept, it would fill the memory.
+        connect(viewer, &QTcpSocket::readyRead, viewer, [viewer] { viewer->skip(viewer->bytesAvailable()); });
         connect(viewer, &QTcpSocket::disconnected, this, &networkDebugServer::disconnectClient);
     }
 }
@@ -84,7 +86,7 @@ void networkDebugServer::send(const QByteArray &bytes)
     for (QTcpSocket *viewer : viewers) {
         if (viewer->bytesToWrite() > unsentLimit)
             viewer->abort();
-        else
+        else if (viewer->isOpen()) // dead ones may still be listed, see disconnectClient()
             viewer->write(bytes);
     }
 }
