@@ -55,10 +55,7 @@ int sampler::timerInterval()
     if (samplePeriod > 0)
         return samplePeriod;
     // A period of 0 would sample as fast as the processor turns, and fill the memory with uploads.
-    debug->log(
-        (samplePeriod == -1 ? QStringLiteral("No period configured, sampling every %1 ms")
-                            : QStringLiteral("The configured period is of no use, sampling every %1 ms"))
-            .arg(defaultPeriodMs));
+    debug->log(QStringLiteral("No usable period configured, sampling every %1 ms").arg(defaultPeriodMs));
     return defaultPeriodMs;
 }
 

@@ -45,7 +45,7 @@ protected:
     /// or of no use.
     int timerInterval();
 
-    int samplePeriod = -1; // ms; -1 = not configured
+    int samplePeriod = 0; // ms; 0 = not configured, or no number
     datastore *const store;
     QStringList subscribeList; // the keys to send, in the order of configuration
     QStringList

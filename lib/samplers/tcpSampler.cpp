@@ -11,6 +11,7 @@ namespace {
 constexpr unsigned int componentType = 302;
 constexpr int inheritLevel = -1;
 constexpr int lastPort = 65535;
+constexpr int acceptRetryMs = 1000;             // Qt stops accepting for good when descriptors run out
 constexpr qint64 unsentLimit = 8 * 1024 * 1024; // bytes that may wait for one client
 }
 
@@ -41,7 +42,8 @@ void tcpSampler::configureSampler(const QDomElement &element)
 void tcpSampler::start()
 {
     sampleTimer = new QTimer(this);
-    sampleTimer->setInterval(timerInterval());
+    if (mode == timer)
+        sampleTimer->setInterval(timerInterval());
     if (connect(sampleTimer, &QTimer::timeout, this, &tcpSampler::takeSample))
         debug->log(QStringLiteral("New timer connection created successfully"));
     listen();
@@ -63,6 +65,13 @@ void tcpSampler::listen()
     debug->log(QStringLiteral("TCP Sample Server now listening on port %1").arg(serverPort()));
     if (connect(tcpServer, &QTcpServer::newConnection, this, &tcpSampler::incomingConnection))
         debug->log(QStringLiteral("New connection path created successfully"));
+    connect(tcpServer, &QTcpServer::acceptError, this, &tcpSampler::acceptLater);
+}
+
+void tcpSampler::acceptLater(QAbstractSocket::SocketError error)
+{
+    debug->log(error);
+    QTimer::singleShot(acceptRetryMs, tcpServer, &QTcpServer::resumeAccepting);
 }
 
 int tcpSampler::serverPort() const

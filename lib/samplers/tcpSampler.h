@@ -5,6 +5,7 @@
 
 #include "lib/types/datastoreElementType.h"
 
+#include <QAbstractSocket>
 #include <QList>
 
 class QTcpServer;
@@ -39,6 +40,7 @@ public slots:
 
 private:
     void listen();
+    void acceptLater(QAbstractSocket::SocketError error);
     void forget(QTcpSocket *client);
 
     sampleMode mode = timer;
