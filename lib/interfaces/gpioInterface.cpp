@@ -1,0 +1,76 @@
+#include "lib/interfaces/gpioInterface.h"
+
+#include "lib/communications/debugComponent.h"
+
+#include <QFile>
+
+#include <cstdlib>
+
+namespace {
+constexpr unsigned int componentType = 200;
+constexpr int inheritLevel = -1;
+constexpr int noPin = -1;
+constexpr int valueLineLimit = 15; // characters
+
+QString pinFile(int pin, const char *name)
+{
+    return QStringLiteral("/sys/class/gpio/gpio%1/%2").arg(pin).arg(QLatin1String(name));
+}
+}
+
+gpioInterface::gpioInterface(const hostSystem &host)
+    : debug(std::make_unique<debugComponent>())
+    , m_host(host)
+{
+    debug->configure(QStringLiteral("GPIO Interface"), componentType, inheritLevel);
+}
+
+gpioInterface::~gpioInterface() = default;
+
+bool gpioInterface::get(int pin, bool *value)
+{
+    if (pin == noPin || !prepare(pin, "in\n"))
+        return false;
+    QFile file(m_host.path(pinFile(pin, "value")));
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(QStringLiteral("Could not get pin value (GPIO%1)"), pin);
+    const QByteArray line = file.readLine(valueLineLimit);
+    constexpr int anyBase = 0; // decimal, 0x and leading 0, as the C library guesses
+    *value = (std::strtol(line.constData(), nullptr, anyBase) == 1) != invert;
+    return true;
+}
+
+bool gpioInterface::set(int pin, bool value)
+{
+    if (pin == noPin || !prepare(pin, "out\n"))
+        return false;
+    if (!write(pinFile(pin, "value"), value != invert ? "1\n" : "0\n"))
+        return fail(QStringLiteral("Could not set pin value (GPIO%1)"), pin);
+    return true;
+}
+
+bool gpioInterface::prepare(int pin, const char *direction)
+{
+    // Exporting a pin again is refused by the kernel and harmless.
+    if (!write(QStringLiteral("/sys/class/gpio/export"), QByteArray::number(pin) + '\n'))
+        return fail(QStringLiteral("Could not open export (GPIO%1)"), pin);
+    if (!write(pinFile(pin, "direction"), direction))
+        return fail(QStringLiteral("Could not set pin direction (GPIO%1)"), pin);
+    return true;
+}
+
+/// False only if the file cannot be opened.
+bool gpioInterface::write(const QString &path, const QByteArray &text)
+{
+    QFile file(m_host.path(path));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return false;
+    file.write(text);
+    return true;
+}
+
+bool gpioInterface::fail(const QString &message, int pin)
+{
+    debug->log(message.arg(pin));
+    return false;
+}
