@@ -21,7 +21,7 @@ constexpr int identifyTries = 5;
 constexpr std::uint32_t identifyDelayMs = 1;
 constexpr int nvmReads = 6;
 constexpr std::uint32_t startUpMs = 2;
-constexpr std::uint8_t maxWriteRegisters = 10;
+constexpr std::size_t maxWriteRegisters = 10;
 
 constexpr std::uint8_t oversamplingSelection
     = bme280SelectPressure | bme280SelectTemperature | bme280SelectHumidity;
@@ -286,7 +286,7 @@ std::int8_t bme280_set_regs(
     const std::uint8_t writeMask = dev->intf == bme280I2c ? 0xFF : static_cast<std::uint8_t>(~spiReadBit);
     // The chip does not count registers up on writing: value, register, value, ... after the first register.
     std::array<std::uint8_t, 2 * maxWriteRegisters> message{};
-    const std::size_t count = std::min(length, maxWriteRegisters);
+    const std::size_t count = std::min<std::size_t>(length, maxWriteRegisters);
     for (std::size_t i = 0; i < count; ++i) {
         message[2 * i] = regs[i] & writeMask;
         message[2 * i + 1] = data[i];
