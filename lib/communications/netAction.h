@@ -72,7 +72,7 @@ private:
     bool m_fileIsThere = false;
     bool m_delivered = false; // m_completeOK follows when the file is gone
     QProcess m_remove;
-    QTimer m_removeLimit;
+    QTimer m_removeLimit{this};
 };
 
 #endif

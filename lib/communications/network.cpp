@@ -41,7 +41,8 @@ network::~network()
         routeProcess.kill();
         routeProcess.waitForFinished();
     }
-    qDeleteAll(actionList); // while the places and the log are still there
+    // While the places and the log are still there; those too that are only waiting to be deleted.
+    qDeleteAll(findChildren<netAction *>());
 }
 
 void network::threadStarted()

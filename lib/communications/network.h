@@ -64,9 +64,9 @@ private:
     reachability m_reachability = reachability::unknown;
     netActionPlaces m_places;
     QList<netAction *> actionList; // in order of arrival; children of this
-    QTimer checkTimer;
-    QTimer runActions;
-    QTimer cleanActions;
+    QTimer checkTimer{this};
+    QTimer runActions{this};
+    QTimer cleanActions{this};
     QProcess routeProcess;
 };
 
