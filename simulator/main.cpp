@@ -1,0 +1,113 @@
+#include "simulator/commands.h"
+#include "simulator/controlServer.h"
+#include "simulator/narrator.h"
+#include "simulator/script.h"
+#include "simulator/simulation.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace {
+struct options {
+    QString root;
+    QString script;
+    QString log;
+    double speed = 1.0;
+    bool narrates = false;
+};
+
+int refuse(const QString &why)
+{
+    std::fprintf(stderr, "calorix-sim: %s\n", qPrintable(why));
+    return 2;
+}
+
+options readOptions(const QCoreApplication &app)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral(
+            "Simulated devices of a heating installation, for programs that run with libdevmock.so "
+            "preloaded.\n\nCommands, on DIR/control.sock or after a time in a script file:\n")
+        + QString::fromUtf8(commands::help())
+        + QStringLiteral("  follow events|all|off (socket only)    the log as it grows"));
+    parser.addHelpOption();
+    parser.addOptions({
+        {QStringLiteral("dir"),
+            QStringLiteral("Folder that stands for the machine; $DEVMOCK_DIR by default."),
+            QStringLiteral("DIR"), qEnvironmentVariable("DEVMOCK_DIR")},
+        {QStringLiteral("script"), QStringLiteral("Commands with their times in seconds."),
+            QStringLiteral("FILE")},
+        {QStringLiteral("log"), QStringLiteral("Every transfer and event, with its time."),
+            QStringLiteral("FILE")},
+        {QStringLiteral("speed"), QStringLiteral("How much faster than the clock the house changes."),
+            QStringLiteral("FACTOR"), QStringLiteral("1")},
+        {QStringLiteral("narrate"), QStringLiteral("Say in plain words what happens.")},
+    });
+    parser.process(app);
+    return {parser.value(QStringLiteral("dir")), parser.value(QStringLiteral("script")),
+        parser.value(QStringLiteral("log")), parser.value(QStringLiteral("speed")).toDouble(),
+        parser.isSet(QStringLiteral("narrate"))};
+}
+
+/// Ends the program's loop on Ctrl-C and on TERM.
+void quitOnSignals(QCoreApplication &app)
+{
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGTERM);
+    sigprocmask(SIG_BLOCK, &set, nullptr);
+    const int fd = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
+    auto *notifier = new QSocketNotifier(fd, QSocketNotifier::Read, &app);
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+}
+
+int run(QCoreApplication &app, const options &o)
+{
+    QString why;
+    if (o.root.isEmpty())
+        return refuse(QStringLiteral("give --dir DIR or set DEVMOCK_DIR"));
+    if (!(o.speed > 0.0) || o.speed > 1000.0)
+        return refuse(QStringLiteral("--speed takes a factor above 0, up to 1000"));
+    simulation devices(o.root);
+    devices.setSpeed(o.speed);
+    if (!o.log.isEmpty() && !devices.log.open(o.log))
+        return refuse(QStringLiteral("cannot write %1").arg(o.log));
+    commands language(devices);
+    script timed(language);
+    if (!o.script.isEmpty() && !timed.load(o.script, &why))
+        return refuse(why);
+    std::unique_ptr<narrator> speaker;
+    if (o.narrates)
+        speaker = std::make_unique<narrator>(devices);
+    controlServer control(language, devices.log);
+    if (!devices.start(&why))
+        return refuse(why);
+    if (!control.listen(o.root + QStringLiteral("/control.sock")))
+        return refuse(control.errorString());
+    QObject::connect(
+        &language, &commands::quitRequested, &app, &QCoreApplication::quit, Qt::QueuedConnection);
+    QObject::connect(&timed, &script::failed, [](const QByteArray &line, const QByteArray &answer) {
+        std::fprintf(stderr, "calorix-sim: %s: %s\n", line.constData(), answer.constData());
+    });
+    timed.start();
+    return QCoreApplication::exec();
+}
+}
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    const options o = readOptions(app);
+    quitOnSignals(app);
+    return run(app, o);
+}
