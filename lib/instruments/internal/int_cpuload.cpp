@@ -1,0 +1,32 @@
+#include "lib/instruments/internal/int_cpuload.h"
+
+#include "lib/communications/debugComponent.h"
+
+namespace {
+constexpr unsigned int componentType = 10103;
+constexpr int inheritLevel = -1;
+constexpr double percent = 100.0;
+}
+
+int_cpuload::int_cpuload(const QDomElement &element, const hostSystem &host)
+    : int_sensor(host)
+{
+    name = QStringLiteral("int_cpuload");
+    debug->configure(QStringLiteral("CPU load"), componentType, inheritLevel);
+    configure(element);
+}
+
+sensorResultPacket int_cpuload::takeSample()
+{
+    const QString path = QStringLiteral("/proc/loadavg");
+    const std::optional<QByteArray> text = readFile(path);
+    if (!text)
+        return {};
+    bool isNumber = false;
+    const double load = text->split(' ').constFirst().toDouble(&isNumber);
+    if (!isNumber) {
+        logUnreadable(path);
+        return {};
+    }
+    return reading(QStringLiteral("cpu"), load / nProc * percent);
+}

@@ -1,0 +1,37 @@
+#include "lib/instruments/internal/int_processMem.h"
+
+#include "lib/communications/debugComponent.h"
+
+namespace {
+constexpr unsigned int componentType = 10103; // Kept: the processor sensor's number too
+constexpr int inheritLevel = -1;
+constexpr int linesRead = 100;
+}
+
+int_processMem::int_processMem(const QDomElement &element, const hostSystem &host)
+    : int_sensor(host)
+{
+    name = QStringLiteral("int_processMem");
+    debug->configure(QStringLiteral("Process Memory"), componentType, inheritLevel);
+    configure(element);
+}
+
+sensorResultPacket int_processMem::takeSample()
+{
+    const QString path = QStringLiteral("/proc/self/status");
+    const std::optional<QByteArray> text = readFile(path);
+    if (!text)
+        return {};
+    sensorResultPacket packet;
+    // Kept: the walk goes on behind a match, so that every matching line is a reading.
+    for (const QByteArray &line : text->split('\n').mid(0, linesRead)) {
+        if (!line.contains("VmRSS:"))
+            continue;
+        const QList<QByteArray> fields = line.simplified().split(' ');
+        if (fields.size() > 1)
+            packet.add(storagePrepend + QStringLiteral("procMem"), fields[1].toDouble());
+        else
+            logUnreadable(path);
+    }
+    return packet;
+}

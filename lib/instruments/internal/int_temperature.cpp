@@ -1,0 +1,48 @@
+#include "lib/instruments/internal/int_temperature.h"
+
+#include "lib/communications/debugComponent.h"
+#include "lib/support/configKeys.h"
+
+namespace {
+constexpr unsigned int componentType = 10101;
+constexpr int inheritLevel = -1;
+constexpr double milli = 1000.0;
+}
+
+int_temperature::int_temperature(const QDomElement &element, const hostSystem &host)
+    : int_sensor(host)
+{
+    name = QStringLiteral("int_cpuload"); // Kept: it bears the processor sensor's tag
+    debug->configure(QStringLiteral("Temperature"), componentType, inheritLevel);
+    configure(element);
+}
+
+void int_temperature::configureSensor(QDomElement element)
+{
+    readKeys(element, {{"zone", [this](const QDomElement &zone) { useZone(zone); }}});
+}
+
+void int_temperature::useZone(const QDomElement &element)
+{
+    const QString nameAttribute = QStringLiteral("name");
+    if (element.hasAttribute(nameAttribute)) {
+        zoneName = element.attribute(nameAttribute);
+        debug->configure(QStringLiteral("Temperature - ") + zoneName, componentType, inheritLevel);
+    }
+    zone = element.text().toInt();
+}
+
+sensorResultPacket int_temperature::takeSample()
+{
+    const QString path = QStringLiteral("/sys/class/thermal/thermal_zone%1/temp").arg(zone);
+    const std::optional<QByteArray> text = readFile(path);
+    if (!text)
+        return {};
+    bool isNumber = false;
+    const double millidegrees = text->split('\n').constFirst().trimmed().toDouble(&isNumber);
+    if (!isNumber) {
+        logUnreadable(path); // a zone whose sensor sleeps opens, but gives no line
+        return {};
+    }
+    return reading(zoneName, millidegrees / milli);
+}
