@@ -2,8 +2,10 @@
 
 #include "lib/communications/debugComponent.h"
 #include "lib/decoders/decoder.h"
+#include "lib/interfaces/interface.h"
 #include "lib/protocols/protocol.h"
 #include "lib/support/configKeys.h"
+#include "lib/support/powerControl.h"
 #include "lib/types/datastore.h"
 
 #include <QTimer>
@@ -55,7 +57,32 @@ void instrument::configure(const QDomElement &block)
         });
     if (!active)
         return;
+    readKeys(block, {{"interface", [this](const QDomElement &element) { useInterface(element.text()); }}});
+    readKeys(block, {{"power", [this](const QDomElement &element) { configurePower(element); }}});
     configXML = block;
+}
+
+void instrument::useInterface(const QString &name)
+{
+    iface = getInterface(name);
+    if (iface)
+        attach(iface);
+}
+
+void instrument::configurePower(const QDomElement &element)
+{
+    if (iface)
+        iface->power->configure(element);
+}
+
+void instrument::attach(interface *used)
+{
+    if (m_attached.contains(used))
+        return;
+    m_attached.append(used);
+    used->power->setDataStore(CDS);
+    used->attachSignals(this);
+    debug->addChild(used->debug.get());
 }
 
 void instrument::configureInstrument(QDomElement block)
@@ -65,14 +92,44 @@ void instrument::configureInstrument(QDomElement block)
 
 interface *instrument::getInterface(const QString &name) const
 {
-    Q_UNUSED(name)
+    if (!ifaceList)
+        return nullptr;
+    for (interface *each : qAsConst(*ifaceList)) {
+        if (each->name() == name)
+            return each;
+    }
     return nullptr;
 }
 
 void instrument::start()
 {
     configureInstrument(configXML);
-    debug->log(QStringLiteral("Interface not defined for instrument"));
+    if (!iface) {
+        debug->log(QStringLiteral("Interface not defined for instrument"));
+        return;
+    }
+    startInterfacePower(iface);
+    if (!iface->open(QIODevice::ReadWrite))
+        debug->log(QStringLiteral("Failed to open instrument port - ") + iface->errorString());
+    startStages();
+    // Kept: made, but left stopped. An instrument that wants its port checked starts it.
+    commsHealthCheck = new QTimer(this);
+    commsHealthCheck->setInterval(healthCheckMs);
+    connect(commsHealthCheck, &QTimer::timeout, this, &instrument::checkComms);
+    if (power) {
+        power->setDataStore(CDS);
+        power->start();
+    }
+}
+
+void instrument::startStages()
+{
+    if (proto)
+        proto->start();
+    for (decoder *each : qAsConst(decode)) {
+        debug->addChild(each->debug.get());
+        connect(each, &decoder::resultAvailable, this, &instrument::decoderResult);
+    }
 }
 
 void instrument::stop()
@@ -90,9 +147,20 @@ void instrument::decoderResult(const QString &key, const QVariant &value)
 
 void instrument::startInterfacePower(interface *used)
 {
-    Q_UNUSED(used)
+    attach(used);
+    used->startPower();
 }
 
 void instrument::checkComms()
 {
+    const QString error = iface->errorString();
+    debug->log(QStringLiteral("Instrument port error string:"));
+    debug->log(error);
+    if (error == QLatin1String("No error") || error == QLatin1String("Operation timed out"))
+        return;
+    debug->log(QStringLiteral("Instrument port has an error - ") + error);
+    debug->log(QStringLiteral("Trying to reconnect"));
+    iface->close();
+    debug->log(iface->open(QIODevice::ReadWrite) ? QStringLiteral("Successfully opened instrument port")
+                                                 : QStringLiteral("Failed to open instrument port"));
 }

@@ -84,7 +84,13 @@ private slots:
     void checkComms();
 
 private:
+    void useInterface(const QString &name);
+    void configurePower(const QDomElement &element);
+    void attach(interface *used);
+    void startStages();
+
     QList<interface *> *const ifaceList;
+    QList<interface *> m_attached; // those whose results come here
 };
 
 #endif

@@ -1,0 +1,230 @@
+#include "lib/instruments/interfaceCard/boilerSwitchBoard.h"
+
+#include "lib/communications/debugComponent.h"
+#include "lib/instruments/interfaceCard/bsbGuiCtrlChan.h"
+#include "lib/interfaces/i2cInterface.h"
+#include "lib/support/configKeys.h"
+#include "lib/types/datastore.h"
+
+#include <QGridLayout>
+#include <QTimer>
+
+#include <cmath>
+
+namespace {
+constexpr unsigned int componentType = 10005;
+constexpr int inheritLevel = -1;
+
+constexpr int attempts = 5;
+constexpr int attemptPauseMs = 10;
+constexpr quint8 missingValue = 0xFF;
+constexpr double lowestFloat = -0.1; // Kept: for currents too, although their range starts at -15 A
+
+constexpr float maxPressureBar = 3.9F;
+constexpr float maxFlowLitresPerMinute = 50.0F;
+constexpr float maxCurrentA = 15.0F;
+
+constexpr int senseClamp = 6;     // a steady input rests here, republished every sample
+constexpr int senseThreshold = 5; // nothing is published from -5 to 5
+
+// The card's commands: the high nibble is the block, the low one the item.
+constexpr quint8 pressure1 = 0x01, pressureSwitch1 = 0x02;
+constexpr quint8 pressure2 = 0x11, pressureSwitch2 = 0x12;
+constexpr quint8 flow1 = 0x21, flow2 = 0x22;
+constexpr quint8 demand1 = 0x31, relay1 = 0x32, mainsSense1 = 0x33, current1 = 0x34;
+constexpr quint8 demand2 = 0x41, relay2 = 0x42, mainsSense2 = 0x43, current2 = 0x44;
+
+const QString demand1Key = QStringLiteral("Power1Demand");
+const QString demand2Key = QStringLiteral("Power2Demand");
+}
+
+boilerSwitchBoard::boilerSwitchBoard(
+    datastore *store, QList<interface *> *ifaces, QObject *parent, const hostSystem &host)
+    : instrument(store, ifaces, parent)
+    , m_host(host)
+{
+    name = QStringLiteral("boilerswitchboard");
+    storagePrepend = QStringLiteral("boiler");
+    debug->configure(QStringLiteral("Boiler Switch Board"), componentType, inheritLevel);
+
+    control = new QWidget;
+    m_chan1 = new bsbGuiCtrlChan(QStringLiteral("Channel1"), control);
+    m_chan2 = new bsbGuiCtrlChan(QStringLiteral("Channel2"), control);
+    auto *const grid = new QGridLayout(control);
+    grid->addWidget(m_chan1, 1, 1);
+    grid->addWidget(m_chan2, 1, 2);
+}
+
+void boilerSwitchBoard::configureInstrument(QDomElement block)
+{
+    const auto intoFlag = [](bool &target) {
+        return [&target](const QDomElement &element) { target = element.text().toInt() != 0; };
+    };
+    const auto intoTitle = [this](bsbGuiCtrlChan *channel) {
+        return [this, channel](const QDomElement &element) { setTitle(channel, element.text()); };
+    };
+    readKeys(block,
+        {
+            {"interface", [this](const QDomElement &element) { useInterface(element.text()); }},
+            {"chan1default", intoFlag(m_ch1Default)},
+            {"chan2default", intoFlag(m_ch2Default)},
+            {"chan1name", intoTitle(m_chan1)},
+            {"chan2name", intoTitle(m_chan2)},
+            {"period", intoMs(m_sampleInterval)},
+        });
+}
+
+void boilerSwitchBoard::useInterface(const QString &name)
+{
+    i2cBus = dynamic_cast<i2cInterface *>(getInterface(name));
+}
+
+/// The widget belongs to the display thread, configuration happens on this one.
+void boilerSwitchBoard::setTitle(bsbGuiCtrlChan *channel, const QString &title)
+{
+    QMetaObject::invokeMethod(channel, [channel, title] { channel->setTitle(title); });
+}
+
+void boilerSwitchBoard::start()
+{
+    configureInstrument(configXML);
+    if (!i2cBus) {
+        debug->log(QStringLiteral("No I2C bus configured. Will not start instrument"));
+        return;
+    }
+    debug->addChild(i2cBus->debug.get());
+    startInterfacePower(i2cBus);
+    sampleTimer = new QTimer(this);
+    sampleTimer->start(m_sampleInterval);
+    connect(sampleTimer, &QTimer::timeout, this, &boilerSwitchBoard::takeSample);
+    decoderResult(demand1Key, m_ch1Default);
+    decoderResult(demand2Key, m_ch2Default);
+    setRelay(demand1, m_ch1Default);
+    setRelay(demand2, m_ch2Default);
+}
+
+void boilerSwitchBoard::stop()
+{
+    if (!i2cBus)
+        return;
+    setRelay(demand1, false);
+    setRelay(demand2, false);
+}
+
+void boilerSwitchBoard::takeSample()
+{
+    samplePressureSwitch(pressureSwitch1, QStringLiteral("Prs1"));
+    samplePressureSwitch(pressureSwitch2, QStringLiteral("Prs2"));
+    sampleFloat(pressure1, QStringLiteral("Pressure1"), 0.0F, maxPressureBar);
+    sampleFloat(pressure2, QStringLiteral("Pressure2"), 0.0F, maxPressureBar);
+    sampleFloat(flow1, QStringLiteral("Flowrate1"), 0.0F, maxFlowLitresPerMinute);
+    sampleFloat(flow2, QStringLiteral("Flowrate2"), 0.0F, maxFlowLitresPerMinute);
+    sampleFloat(current1, QStringLiteral("Current1"), -maxCurrentA, maxCurrentA);
+    sampleFloat(current2, QStringLiteral("Current2"), -maxCurrentA, maxCurrentA);
+    sampleRelay(relay1, QStringLiteral("Power1Control"));
+    sampleRelay(relay2, QStringLiteral("Power2Control"));
+    sampleMainsSense(mainsSense1, QStringLiteral("Power1Sense"), r1sns);
+    sampleMainsSense(mainsSense2, QStringLiteral("Power2Sense"), r2sns);
+    writeDemand(demand1, demand1Key);
+    writeDemand(demand2, demand2Key);
+}
+
+void boilerSwitchBoard::samplePressureSwitch(quint8 command, const QString &prefix)
+{
+    quint8 state = 0;
+    if (!measureUI8(command, &state, true))
+        return;
+    decoderResult(prefix + QStringLiteral("State"), int(state));
+    decoderResult(prefix + QStringLiteral("Fault"), (state & 0x01) != 0);
+    decoderResult(prefix + QStringLiteral("Low"), (state & 0x02) != 0);
+    decoderResult(prefix + QStringLiteral("OK"), (state & 0x04) != 0);
+    decoderResult(prefix + QStringLiteral("High"), (state & 0x08) != 0);
+}
+
+void boilerSwitchBoard::sampleFloat(quint8 command, const QString &key, float min, float max)
+{
+    float value = 0.0F;
+    if (measureFloat(command, &value, min, max))
+        decoderResult(key, double(value));
+}
+
+void boilerSwitchBoard::sampleRelay(quint8 command, const QString &key)
+{
+    quint8 state = 0;
+    if (measureUI8(command, &state, true))
+        decoderResult(key, state != 0);
+}
+
+/// A change takes twelve readings, from one clamp to the other; the first value after the start takes six.
+void boilerSwitchBoard::sampleMainsSense(quint8 command, const QString &key, qint8 &counter)
+{
+    quint8 mains = 0;
+    if (!measureUI8(command, &mains, true))
+        return;
+    if (mains == 0)
+        --counter;
+    else if (mains == 1)
+        ++counter;
+    if (std::abs(counter) <= senseThreshold)
+        return;
+    counter = counter > 0 ? senseClamp : -senseClamp;
+    decoderResult(key, counter > 0);
+}
+
+void boilerSwitchBoard::writeDemand(quint8 command, const QString &key)
+{
+    setRelay(command, CDS->query(storagePrepend + key).toBool());
+}
+
+bool boilerSwitchBoard::measureUI8(quint8 command, quint8 *value, bool check)
+{
+    const bool read = exchange([&] { return i2cBus->readRegister(command, sizeof *value, value); });
+    return read && (!check || *value != missingValue);
+}
+
+bool boilerSwitchBoard::measureFloat(quint8 command, float *value, float min, float max)
+{
+    // The card sends IEEE 754 single precision in this processor's byte order.
+    const bool accepted = exchange([&] {
+        float reply = 0.0F;
+        if (!i2cBus->readRegister(command, sizeof reply, &reply))
+            return false;
+        if (!std::isfinite(reply) || double(reply) <= lowestFloat)
+            return false;
+        *value = reply;
+        return true;
+    });
+    return accepted && *value >= min && *value <= max;
+}
+
+bool boilerSwitchBoard::setRelay(quint8 command, bool on)
+{
+    quint8 data = on ? 1 : 0;
+    return exchange([&] { return i2cBus->writeRegister(command, sizeof data, &data); });
+}
+
+/// Takes the bus, addresses the card, makes the exchange and gives the bus back, whatever happens.
+bool boilerSwitchBoard::exchange(const std::function<bool()> &attempt)
+{
+    if (!i2cBus->grabBus()) {
+        debug->log(QStringLiteral("Failed to grab I2C bus"));
+        return false;
+    }
+    bool done = false;
+    if (i2cBus->setAddress(m_dev))
+        done = repeat(attempt);
+    else
+        debug->log(QStringLiteral("Failed to set address on I2C bus"));
+    i2cBus->releaseBus();
+    return done;
+}
+
+bool boilerSwitchBoard::repeat(const std::function<bool()> &attempt)
+{
+    for (int i = 0; i < attempts; ++i) {
+        if (attempt())
+            return true;
+        m_host.sleepMs(attemptPauseMs);
+    }
+    return false;
+}
