@@ -1,0 +1,230 @@
+#include "app/mainWindow.h"
+
+#include "app/Widgets/statusPanel.h"
+#include "app/controlPage.h"
+#if __has_include("app/eventLoop.h")
+#include "app/eventLoop.h"
+#else
+class eventLoop
+{
+public:
+    void stop() { }
+};
+#endif
+#include "app/servicePage.h"
+#include "lib/types/datastore.h"
+
+#include <QBoxLayout>
+#include <QDateTime>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTimer>
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+constexpr int clockInterval = 200;   // ms
+constexpr int clockHeight = 50;      // pixels
+constexpr int statusWidth = 250;     // pixels
+constexpr int shutdownWidth = 100;   // pixels
+constexpr int shutdownSpacing = 150; // pixels
+
+constexpr float secondsPerMinute = 60.0F;
+constexpr float specificHeat = 4.186F; // of water, kJ per kg and K; one litre is taken as one kilogram
+constexpr double kilobytesPerMegabyte = 1000.0;
+
+/// As "%.*f" prints it, whatever the locale.
+QString fixed(double value, int decimals)
+{
+    std::array<char, 400> text{}; // the longest double has 309 digits before the point
+    const auto end
+        = std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::fixed, decimals)
+              .ptr;
+    return QString::fromLatin1(text.data(), int(end - text.data()));
+}
+
+void print(const char *line)
+{
+    std::puts(line);
+    std::fflush(stdout);
+}
+}
+
+/// A stored value that the panel shows.
+struct mainWindow::source {
+    const char *key;
+    float mainWindow::*field;
+};
+
+// Kept: flow meter 2 sits in the heating circuit and flow meter 1 in the hot-water circuit.
+const mainWindow::source mainWindow::sources[] = {
+    {"card1Flowrate2", &mainWindow::chFlow},
+    {"card1Flowrate1", &mainWindow::hwFlow},
+    {"card1Pressure1", &mainWindow::pressure},
+    {"flowtemperature", &mainWindow::flowTmp},
+    {"returntemperature", &mainWindow::returnTemp},
+    {"SysTemperature", &mainWindow::intTemp},
+    {"SysPressure", &mainWindow::intPressure},
+    {"SysHumidity", &mainWindow::intHumidity},
+    {"cpu", &mainWindow::cpuLoad},
+    {"procMem", &mainWindow::procMem},
+};
+
+/// A line of the panel; one without a field is a heading with an empty line above it.
+struct mainWindow::row {
+    const char *title;
+    float mainWindow::*field = nullptr;
+    int decimals = 0;
+    const char *unit = "";
+    double perUnit = 1.0;
+};
+
+const mainWindow::row mainWindow::rows[] = {
+    {"Heating", &mainWindow::chFlow, 2, "l/min"},
+    {"Hot Water", &mainWindow::hwFlow, 2, "l/min"},
+    {"Pressure", &mainWindow::pressure, 2, "Bar"},
+    {"Flow", &mainWindow::flowTmp, 2, "C"},
+    {"Return", &mainWindow::returnTemp, 2, "C"},
+    {"Power"},
+    {"Total Flow", &mainWindow::totFlow, 2, "l/s"},
+    {"Delta T", &mainWindow::deltaT, 1, "C"},
+    {"Power", &mainWindow::power, 2, "kW"},
+    {"Internal"},
+    {"Temperature", &mainWindow::intTemp, 1, "C"},
+    {"Air Pressure", &mainWindow::intPressure, 1, "mBar"},
+    {"Humidity", &mainWindow::intHumidity, 2, "%"},
+    {"CPU Usage", &mainWindow::cpuLoad, 2, "%"},
+    {"Memory Usage", &mainWindow::procMem, 2, "MB", kilobytesPerMegabyte},
+};
+
+mainWindow::mainWindow(datastore *store, timer *water, timer *heat, QMainWindow *parent)
+    : QMainWindow(parent)
+    , m_cds(store)
+    , m_waterTimer(water)
+    , m_heatTimer(heat)
+    , central(new QWidget)
+    , statusLabel(new statusPanel(tr("Hello World!")))
+    , clockLabel(new QLabel(tr("Hello World!")))
+    , clockTimer(new QTimer(this))
+    , tabs(new QTabWidget)
+    , shutdownBtn(new QPushButton(tr("Shutdown")))
+    , control(new controlPage(store, water, heat))
+    , service(new servicePage(store))
+{
+    setWindowTitle(QStringLiteral("Calorix"));
+    connect(m_cds, &datastore::dataUpdated, this, &mainWindow::updateData);
+    createClock();
+    statusLabel->setAlignment(Qt::AlignCenter);
+    statusLabel->setFixedWidth(statusWidth);
+    tabs->addTab(control, tr("Control"));
+    tabs->addTab(service, tr("Service"));
+    createShutdownButton();
+    arrange();
+}
+
+void mainWindow::createClock()
+{
+    clockLabel->setStyleSheet(QStringLiteral("font-size: 26px;"));
+    clockLabel->setAlignment(Qt::AlignCenter);
+    clockLabel->setFixedHeight(clockHeight);
+    connect(clockTimer, &QTimer::timeout, this, &mainWindow::updateClock);
+    clockTimer->start(clockInterval);
+}
+
+void mainWindow::createShutdownButton()
+{
+    shutdownBtn->setFixedWidth(shutdownWidth);
+    connect(shutdownBtn, &QPushButton::clicked, this, &mainWindow::shutdown);
+}
+
+void mainWindow::arrange()
+{
+    auto *const upper = new QHBoxLayout;
+    upper->addWidget(statusLabel);
+    upper->addWidget(tabs);
+    auto *const lower = new QHBoxLayout;
+    lower->addWidget(shutdownBtn);
+    lower->addSpacing(shutdownSpacing);
+    lower->addWidget(clockLabel);
+    auto *const whole = new QVBoxLayout(central);
+    whole->addLayout(upper);
+    whole->addLayout(lower);
+    setCentralWidget(central);
+}
+
+void mainWindow::addServiceGui(QWidget *widget, const QString &name)
+{
+    service->addTab(widget, name);
+}
+
+void mainWindow::updateClock()
+{
+    clockLabel->setText(QDateTime::currentDateTime().toString(QStringLiteral("ddd d MMM yyyy hh:mm:ss ap")));
+}
+
+void mainWindow::updateData(const datastoreElementType &data)
+{
+    for (const source &each : sources) {
+        if (data.key == QLatin1String(each.key))
+            this->*each.field = data.value.toFloat();
+    }
+    // These two are stored by the refresh itself.
+    if (data.key != QLatin1String("power") && data.key != QLatin1String("deltaT"))
+        updateStatus();
+}
+
+void mainWindow::updateStatus()
+{
+    computeHeatOutput();
+    m_cds->store(QStringLiteral("power"), power);
+    m_cds->store(QStringLiteral("deltaT"), deltaT);
+    statusLabel->showStatus(statusText());
+}
+
+/// Negative when the return is warmer than the flow.
+void mainWindow::computeHeatOutput()
+{
+    totFlow = (chFlow + hwFlow) / secondsPerMinute;
+    deltaT = flowTmp - returnTemp;
+    power = deltaT * specificHeat * totFlow;
+}
+
+QString mainWindow::statusText() const
+{
+    QString text = QStringLiteral("<table>");
+    for (const row &each : rows) {
+        if (!each.field) {
+            text += QStringLiteral("<tr></tr><tr><th>%1</th></tr>").arg(QLatin1String(each.title));
+            continue;
+        }
+        text += QStringLiteral("<tr><th>") + QLatin1String(each.title) + QStringLiteral("</th><td>")
+            + fixed(double(this->*each.field) / each.perUnit, each.decimals) + QLatin1Char(' ')
+            + QLatin1String(each.unit) + QStringLiteral("</td></tr>");
+    }
+    return text + QStringLiteral("</table>");
+}
+
+void mainWindow::shutdown()
+{
+    print("Shutdown requested");
+    const auto answer = QMessageBox::critical(this, tr("Calorix System"),
+        tr("This will shut down the control system. Are you sure?"), QMessageBox::Yes | QMessageBox::No);
+    if (answer == QMessageBox::Yes)
+        powerOff();
+    else if (answer == QMessageBox::No)
+        print("Shutdown canceled by user");
+}
+
+void mainWindow::powerOff()
+{
+    print("User confirmed shutdown");
+    if (m_evLoop)
+        m_evLoop->stop();
+    if (std::system("sudo shutdown -hP now") != 0)
+        std::fputs("The shutdown command failed\n", stderr);
+}
