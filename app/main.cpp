@@ -1,0 +1,144 @@
+#include "app/eventLoop.h"
+#include "app/mainWindow.h"
+#include "app/timer.h"
+#include "lib/communications/debugComponent.h"
+#include "lib/communications/fileDebugClient.h"
+#include "lib/communications/netActionInfo.h"
+#include "lib/communications/terminalDebugClient.h"
+#include "lib/types/datastore.h"
+
+#include <QApplication>
+#include <QCursor>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+constexpr unsigned int groupComponent = 0;
+constexpr int inheritLevel = -1;
+constexpr int fileLevel = 2;
+constexpr int terminalLevel = 1;
+constexpr int windowWidth = 800;  // pixels, of the touch display
+constexpr int windowHeight = 480; // pixels
+constexpr int leaveMs = 2000;     // how long the workers may take to end
+
+void registerMetaTypes()
+{
+    qRegisterMetaType<datastoreElementType>("datastoreElementType");
+    qRegisterMetaType<netActionInfo>("netActionInfo");
+}
+
+void hidePointer(const QCursor &cursor)
+{
+    QGuiApplication::setOverrideCursor(cursor);
+    QGuiApplication::changeOverrideCursor(cursor);
+}
+
+/// Blanks the text console behind the display; without a console there is nothing to blank.
+void blankConsole()
+{
+    for (const char *command : {"sh -c \"TERM=linux setterm -foreground black >/dev/tty0\"",
+             "sh -c \"TERM=linux setterm -foreground black -clear all >/dev/tty0\""})
+        [[maybe_unused]] const int ignored = std::system(command);
+}
+
+/// The text put in front of every control file's name: the value of the last "-c", or nothing.
+/// Kept: every argument is looked at, the program's name and the options' values too; after a last "-c" the
+/// null entry that ends \a argv stands for an empty text.
+QString controlFilePrefix(int argc, char **argv)
+{
+    QString prefix;
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "-c") == 0)
+            prefix = QString::fromLocal8Bit(argv[i + 1]);
+    }
+    return prefix;
+}
+
+/// "-p" names the system's parent outside this process. True when "-fs" asks for the full screen.
+bool readOptions(int argc, char **argv, debugComponent *system)
+{
+    bool fullscreen = false;
+    for (int i = 0; i < argc; ++i) {
+        if (std::strcmp(argv[i], "-p") == 0)
+            system->setParentUUID(QString::fromLocal8Bit(argv[i + 1]));
+        else if (std::strcmp(argv[i], "-fs") == 0)
+            fullscreen = true;
+    }
+    return fullscreen;
+}
+
+void show(mainWindow *window, bool fullscreen)
+{
+    if (fullscreen) {
+        window->showFullScreen();
+        return;
+    }
+    window->setFixedWidth(windowWidth);
+    window->setFixedHeight(windowHeight);
+    window->show();
+}
+
+/// Ends the workers before main() destroys what they use. One that is blocked right now (a connect that
+/// waits, a df) cannot be asked to hurry: the process then ends here, with nothing destroyed under its hands.
+void leave(eventLoop *loop, int result)
+{
+    if (loop->finish(QDeadlineTimer(leaveMs)))
+        return;
+    std::fflush(nullptr);
+    std::_Exit(result);
+}
+
+// Never deleted: the process ends right after them. Held here so that they stay reachable to its end.
+datastore *store = nullptr;
+mainWindow *window = nullptr;
+eventLoop *eLoop = nullptr;
+}
+
+int main(int argc, char **argv)
+{
+    const QApplication app(argc, argv);
+    registerMetaTypes();
+
+    // Kept: the file sink is made but registered nowhere, so nothing is written to the log files.
+    fileDebugClient fileDBG(QStringLiteral("/var/log/heating"));
+    fileDBG.logLevel = fileLevel;
+    terminalDebugClient terminalDBG;
+    terminalDBG.logLevel = terminalLevel;
+    debugComponent systemDebug;
+    systemDebug.configure(QStringLiteral("Heating Control System"), groupComponent, inheritLevel);
+    systemDebug.registerWithClient(&terminalDBG);
+    debugComponent timerDebug; // Kept: stands alone, outside the system's tree
+    timerDebug.configure(QStringLiteral("Timers"), groupComponent, inheritLevel);
+    store = new datastore;
+    systemDebug.addChild(store->debug.get());
+
+    const QCursor cursor(Qt::BlankCursor);
+    hidePointer(cursor);
+    blankConsole();
+    QCoreApplication::setApplicationName(QStringLiteral("Calorix"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("v1.0-1"));
+
+    const QString confDir = controlFilePrefix(argc, argv);
+    timer waterTimer(
+        store, QStringLiteral("waterTimer"), confDir + QStringLiteral("waterTimer.xml"), nullptr);
+    timerDebug.addChild(waterTimer.debug.get());
+    timer heatingTimer(
+        store, QStringLiteral("heatTimer"), confDir + QStringLiteral("heatTimer.xml"), nullptr);
+    timerDebug.addChild(heatingTimer.debug.get());
+
+    window = new mainWindow(store, &waterTimer, &heatingTimer, nullptr);
+    window->setStyleSheet(QStringLiteral("background-color: black; color: white; font-size: 14px;"));
+    eLoop = new eventLoop(store, &systemDebug, window, &waterTimer, &heatingTimer, nullptr);
+    window->setEventLoop(eLoop);
+    eLoop->addInstrument(QDomElement(), &waterTimer);
+    eLoop->addInstrument(QDomElement(), &heatingTimer);
+
+    show(window, readOptions(argc, argv, eLoop->systemDebug));
+    eLoop->configureSystem(confDir + QStringLiteral("config.xml"));
+    eLoop->start();
+    const int result = QApplication::exec();
+    leave(eLoop, result);
+    return result;
+}
