@@ -7,6 +7,9 @@
 #include "lib/communications/debugComponent.h"
 #include "lib/communications/network.h"
 #include "lib/instruments/PCB/bme280.h"
+#include "lib/instruments/ds18b20.h"
+#include "lib/instruments/interfaceCard/boilerSwitchBoard.h"
+#include "lib/instruments/internal/internalInst.h"
 #include "lib/interfaces/i2cInterface.h"
 #include "lib/samplers/iotHttpPost.h"
 #include "lib/samplers/tcpSampler.h"
@@ -160,8 +163,12 @@ std::unique_ptr<instrument> eventLoop::makeInstrument(const QString &type)
         return std::make_unique<controlLogic>(store, &ifaceList, m_waterTimer, m_heatTimer, nullptr);
     };
     const std::vector<typeRow<instrument>> rows{
+        {"internal", [this] { return std::make_unique<internalInst>(store, &ifaceList, nullptr); }},
         {"controllogic", logic},
+        {"ds18b20", [this] { return std::make_unique<ds18b20>(store, &ifaceList, nullptr); }},
         {"bme280", [this] { return std::make_unique<bme280>(store, &ifaceList, nullptr); }},
+        {"boilerswitchboard",
+            [this] { return std::make_unique<boilerSwitchBoard>(store, &ifaceList, nullptr); }},
         {"valve", [this] { return std::make_unique<valve>(store, &ifaceList, nullptr); }},
     };
     return make(rows, type);

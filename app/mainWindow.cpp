@@ -2,15 +2,7 @@
 
 #include "app/Widgets/statusPanel.h"
 #include "app/controlPage.h"
-#if __has_include("app/eventLoop.h")
 #include "app/eventLoop.h"
-#else
-class eventLoop
-{
-public:
-    void stop() { }
-};
-#endif
 #include "app/servicePage.h"
 #include "lib/types/datastore.h"
 
