@@ -25,15 +25,19 @@ public:
     }
 
     /// Whether messages of this level come out: those at most logLevel, or all when logLevel is -1.
-    bool levelWanted(int level) const { return level <= logLevel || logLevel == -1; }
+    bool levelWanted(int level) const
+    {
+        const int limit = logLevel.load(std::memory_order_relaxed);
+        return level <= limit || limit == -1;
+    }
     bool outputRequired(const debugMessage &m) const { return levelWanted(int(m.level)); }
-    /// Takes note of a component, so that a viewer that comes later can be told of it.
-    virtual void registerComponent(const debugMessage &m);
 
     virtual void log(const debugMessage &m);
     virtual void transmit(const QByteArray &bytes);
     virtual void attach() { }
     virtual void detach() { }
+    /// Takes note of a component, so that a viewer that comes later can be told of it.
+    virtual void registerComponent(const debugMessage &m);
 
     std::atomic<int> logLevel{0}; ///< lower levels are more important; -1 takes everything
 

@@ -114,23 +114,24 @@ void debugComponent::log(const QString &text, int level)
     if (!m_active.load(std::memory_order_relaxed))
         return;
     if (level == -1)
-        level = qMax(0, componentLevel.load(std::memory_order_relaxed));
-    if (anySinkWants(level))
-        send(text, level);
+        level = ownLevel();
+    for (const sink *each = m_firstSink.load(std::memory_order_acquire); each;
+         each = each->next.load(std::memory_order_acquire)) {
+        if (each->client->levelWanted(level)) {
+            send(text, level);
+            break;
+        }
+    }
     // Only the thread that holds the lock changes the text, and it keeps the buffer alive: an equal address
     // is an equal text. Repeated literals, the usual case, cost one comparison.
     if (m_lastText.load(std::memory_order_relaxed) != text.constData())
         remember(text);
 }
 
-bool debugComponent::anySinkWants(int level) const
+int debugComponent::ownLevel() const
 {
-    for (const sink *each = m_firstSink.load(std::memory_order_acquire); each;
-         each = each->next.load(std::memory_order_acquire)) {
-        if (each->client->levelWanted(level))
-            return true;
-    }
-    return false;
+    const int level = componentLevel.load(std::memory_order_relaxed);
+    return level == -1 ? 0 : level;
 }
 
 void debugComponent::send(const QString &text, int level) const

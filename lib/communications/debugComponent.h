@@ -71,7 +71,7 @@ private:
         std::atomic<sink *> next{nullptr};
     };
 
-    bool anySinkWants(int level) const;
+    int ownLevel() const;
     void remember(const QString &text);
     void send(const QString &text, int level) const;
     void logLines(const QByteArray &output, int level);

@@ -35,8 +35,10 @@ void fileDebugClient::log(const debugMessage &m)
     const QDateTime now = m_host.now();
     const QString fileName = m_path + englishDate(now, QStringLiteral("dd_MMM_yy")) + QStringLiteral(".log");
     QFile file(m_host.path(fileName));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append)) {
+    // Unbuffered: one message is one write, so lines of two threads never mix.
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered)) {
         std::printf("Could not append to \"%s\"\n", fileName.toLocal8Bit().constData());
+        std::fflush(stdout);
         return;
     }
     QString name = m.componentName;
@@ -44,5 +46,5 @@ void fileDebugClient::log(const debugMessage &m)
     file.write(QStringLiteral("%1 %2[%3]:%4 %5\n")
                    .arg(englishDate(now, QStringLiteral("MMM dd hh:mm:ss")), name,
                        m.UUID.toString().right(uuidTail), QString::number(m.level), m.debugData)
-                   .toLocal8Bit()); // one write: lines of two threads never mix
+                   .toLocal8Bit());
 }

@@ -29,46 +29,76 @@ char *append(char *to, const T &value)
     return to + sizeof value;
 }
 
-char *append(char *to, const QByteArray &bytes)
+char latin1(QChar c)
 {
-    std::memcpy(to, bytes.constData(), size_t(bytes.size()));
-    return to + bytes.size();
+    return c.unicode() <= 0xFF ? char(c.unicode()) : '?';
 }
 
-/// Size in bytes of the value in the byte form; a text's is that of \a text, other types have none.
-int valueSize(int type, const QByteArray &text)
+/// As QString::toLatin1(), without a copy in between: a character that Latin-1 lacks becomes "?".
+char *append(char *to, const QString &text)
 {
-    switch (type) {
-    case QMetaType::Bool:
-        return 1;
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Float:
-        return 4;
-    case QMetaType::Double:
-        return 8;
-    default:
-        return text.size();
+    constexpr int step = 8; // a block of its own, which the compiler turns into vector operations
+    const QChar *from = text.constData();
+    int left = text.size();
+    for (; left >= step; left -= step, from += step, to += step) {
+        char block[step];
+        for (int i = 0; i < step; ++i)
+            block[i] = latin1(from[i]);
+        std::memcpy(to, block, step);
     }
+    for (; left > 0; --left)
+        *to++ = latin1(*from++);
+    return to;
 }
 
-char *appendValue(char *to, const QVariant &value, const QByteArray &text)
+quint16 checksumOf(const char *bytes, qint64 size)
 {
-    switch (value.userType()) {
-    case QMetaType::Bool:
-        return append(to, char(value.toBool() ? 1 : 0));
-    case QMetaType::Int:
-        return append(to, value.toInt());
-    case QMetaType::UInt:
-        return append(to, value.toUInt());
-    case QMetaType::Float:
-        return append(to, value.toFloat());
-    case QMetaType::Double:
-        return append(to, value.toDouble());
-    default:
-        return append(to, text);
-    }
+    return size < checksumSize
+        ? quint16(0)
+        : crc_16(reinterpret_cast<const unsigned char *>(bytes), size_t(size - checksumSize));
 }
+
+/// A value as it stands in the byte form: a number as it lies in memory, or a text; other types are empty.
+class valueForm
+{
+public:
+    explicit valueForm(const QVariant &value)
+    {
+        const int type = value.userType();
+        if (type == QMetaType::QString)
+            m_text = value.toString();
+        else
+            std::memcpy(m_number, value.constData(), size_t(m_numberSize = numberSize(type)));
+    }
+
+    int size() const { return m_numberSize + m_text.size(); }
+    char *appendTo(char *to) const
+    {
+        std::memcpy(to, m_number, size_t(m_numberSize));
+        return append(to + m_numberSize, m_text);
+    }
+
+private:
+    static int numberSize(int type)
+    {
+        switch (type) {
+        case QMetaType::Bool:
+            return 1;
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::Float:
+            return 4;
+        case QMetaType::Double:
+            return 8;
+        default:
+            return 0;
+        }
+    }
+
+    char m_number[sizeof(double)] = {};
+    int m_numberSize = 0;
+    QString m_text;
+};
 
 template <class T>
 QVariant numberFrom(const char *bytes, int size)
@@ -91,8 +121,8 @@ QVariant valueFrom(int type, const char *bytes, int size)
         return numberFrom<unsigned int>(bytes, size);
     case QMetaType::Float:
         return numberFrom<float>(bytes, size);
-    case QMetaType::Double:
-        return numberFrom<double>(bytes, size);
+    case QMetaType::Double: // the common case, without a look at the type table
+        return size < int(sizeof(double)) ? QVariant() : QVariant(readAt<double>(bytes));
     case QMetaType::LongLong:
         return numberFrom<qlonglong>(bytes, size);
     case QMetaType::ULongLong:
@@ -101,6 +131,16 @@ QVariant valueFrom(int type, const char *bytes, int size)
         return numberFrom<short>(bytes, size);
     case QMetaType::UShort:
         return numberFrom<ushort>(bytes, size);
+    case QMetaType::Char:
+        return numberFrom<char>(bytes, size);
+    case QMetaType::SChar:
+        return numberFrom<signed char>(bytes, size);
+    case QMetaType::UChar:
+        return numberFrom<uchar>(bytes, size);
+    case QMetaType::Long:
+        return numberFrom<long>(bytes, size);
+    case QMetaType::ULong:
+        return numberFrom<ulong>(bytes, size);
     default:
         return {};
     }
@@ -139,23 +179,19 @@ double datastoreElementType::variantToDouble(const QVariant &value)
 
 QByteArray datastoreElementType::serialise() const
 {
-    const int type = value.userType();
-    const QByteArray name = key.toLatin1();
-    const QByteArray text = type == QMetaType::QString ? value.toString().toLatin1() : QByteArray();
-    const int length = keyOffset + name.size() + typeSize + valueSize(type, text) + checksumSize;
+    const valueForm form(value);
+    const int length = keyOffset + key.size() + typeSize + form.size() + checksumSize;
 
     QByteArray message(length, Qt::Uninitialized);
     char *to = message.data();
     *to++ = char(0xAB);
     *to++ = char(0xCD);
     to = append(to, quint32(length));
-    to = append(to, quint32(name.size()));
-    to = append(to, name);
-    to = append(to, quint32(type));
-    to = appendValue(to, value, text);
-    append(to,
-        crc_16(reinterpret_cast<const unsigned char *>(message.constData()),
-            size_t(length - checksumSize - checksumSize)));
+    to = append(to, quint32(key.size()));
+    to = append(to, key);
+    to = append(to, quint32(value.userType()));
+    to = form.appendTo(to);
+    append(to, checksumOf(message.constData(), length - checksumSize));
     return message;
 }
 
@@ -166,7 +202,7 @@ bool datastoreElementType::deserialise(const QByteArray &message)
     if (size < minimumLength || bytes[0] != char(0xAB) || bytes[1] != char(0xCD))
         return false;
     const quint16 expected = readAt<quint16>(bytes + size - checksumSize);
-    if (checksum(QByteArray::fromRawData(bytes, int(size) - checksumSize)) != expected)
+    if (checksumOf(bytes, size - checksumSize) != expected)
         return false;
     const qint64 length = readAt<quint32>(bytes + lengthOffset);
     if (size < length || length < keyOffset + typeSize + checksumSize)
@@ -177,20 +213,17 @@ bool datastoreElementType::deserialise(const QByteArray &message)
     if (valueLength <= 0)
         return false;
     const int type = readAt<qint32>(bytes + keyOffset + keyLength);
-    const QVariant received = valueFrom(type, bytes + valueOffset, int(valueLength));
+    QVariant received = valueFrom(type, bytes + valueOffset, int(valueLength));
     if (!received.isValid())
         return false;
     key = QString::fromUtf8(bytes + keyOffset, int(keyLength));
-    value = received;
+    value = std::move(received);
     return true;
 }
 
 quint16 datastoreElementType::checksum(const QByteArray &data)
 {
-    if (data.size() < checksumSize)
-        return 0;
-    return crc_16(
-        reinterpret_cast<const unsigned char *>(data.constData()), size_t(data.size() - checksumSize));
+    return checksumOf(data.constData(), data.size());
 }
 
 void datastoreElementType::printData() const
@@ -212,7 +245,7 @@ void datastoreElementType::printData() const
         std::fputs(value.toBool() ? "true" : "false", stdout);
         break;
     case QMetaType::QString:
-        std::fputs(value.toString().toLatin1().constData(), stdout);
+        std::fputs(value.toString().toLocal8Bit().constData(), stdout);
         break;
     default:
         break;
