@@ -21,11 +21,17 @@ QString lowered(const QString &key)
     return seen < 0x80 ? result : key.toLower();
 }
 
-/// \a value.toBool(), without Qt's conversion table for a number as sensors send it.
+/// A number is true when it is not zero. QVariant::toBool() would round first: 0.25 would be false.
 bool isTrue(const QVariant &value)
 {
-    return value.userType() == QMetaType::Double ? *static_cast<const double *>(value.constData()) != 0.0
-                                                 : value.toBool();
+    switch (value.userType()) {
+    case QMetaType::Double:
+        return *static_cast<const double *>(value.constData()) != 0.0;
+    case QMetaType::Float:
+        return *static_cast<const float *>(value.constData()) != 0.0F;
+    default:
+        return value.toBool();
+    }
 }
 
 bool isEdge(const QVariant &before, const QVariant &after)
@@ -89,7 +95,7 @@ void datastore::append(const QString &key, const QVariant &value)
 
 void datastore::announceEdge(const QString &key, const QVariant &value)
 {
-    const bool rising = value.toBool();
+    const bool rising = isTrue(value);
     debug->log(
         (rising ? QStringLiteral("Rising edge seen on - ") : QStringLiteral("Falling edge seen on - ")) + key,
         edgeLevel);
