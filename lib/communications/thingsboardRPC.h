@@ -29,7 +29,7 @@ private slots:
     void connectionComplete(QNetworkReply *reply);
 
 private:
-    QNetworkAccessManager m_connManager;
+    QNetworkAccessManager m_connManager{this};
     QNetworkRequest m_request; // used again for every poll
 };
 
