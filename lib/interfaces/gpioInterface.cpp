@@ -34,9 +34,10 @@ bool gpioInterface::get(int pin, bool *value)
     QFile file(m_host.path(pinFile(pin, "value")));
     if (!file.open(QIODevice::ReadOnly))
         return fail(QStringLiteral("Could not get pin value (GPIO%1)"), pin);
-    const QByteArray line = file.readLine(valueLineLimit);
+    char line[valueLineLimit + 1] = {};
+    file.readLine(line, sizeof line);
     constexpr int anyBase = 0; // decimal, 0x and leading 0, as the C library guesses
-    *value = (std::strtol(line.constData(), nullptr, anyBase) == 1) != invert;
+    *value = (std::strtol(line, nullptr, anyBase) == 1) != invert;
     return true;
 }
 
