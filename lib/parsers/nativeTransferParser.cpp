@@ -70,7 +70,7 @@ std::optional<QByteArray> nativeTransferParser::cutMessage(int &from)
         if (buffer.size() - from < length)
             return std::nullopt;
         from += length;
-        return buffer.mid(from - length, length);
+        return QByteArray(buffer.constData() + from - length, length);
     }
     return std::nullopt;
 }
