@@ -1,0 +1,51 @@
+#include "benchmarks/processUse.h"
+
+#include <QFile>
+
+#include <ctime>
+
+#include <unistd.h>
+
+namespace {
+double seconds(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+}
+
+QByteArray processFile(pid_t process, const char *name)
+{
+    QFile file(QStringLiteral("/proc/%1/%2").arg(process).arg(QLatin1String(name)));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+}
+
+double ownCpuSeconds()
+{
+    return seconds(CLOCK_PROCESS_CPUTIME_ID);
+}
+
+double cpuSeconds(pid_t process)
+{
+    const QByteArray stat = processFile(process, "stat");
+    // Fields behind the name in parentheses: state is the first, utime and stime the 12th and 13th.
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    return fields.size() < 13
+        ? 0.0
+        : (fields[11].toDouble() + fields[12].toDouble()) / double(sysconf(_SC_CLK_TCK));
+}
+
+long statusKb(pid_t process, const QByteArray &name)
+{
+    for (const QByteArray &line : processFile(process, "status").split('\n')) {
+        if (line.startsWith(name + ':'))
+            return line.mid(name.size() + 1).trimmed().split(' ')[0].toLong();
+    }
+    return -1;
+}
+
+double monotonicSeconds()
+{
+    return seconds(CLOCK_MONOTONIC);
+}
