@@ -10,22 +10,6 @@ constexpr unsigned int componentType = 10102;
 constexpr int inheritLevel = -1;
 constexpr int killedMs = 1000; // for the end of a df after its kill
 constexpr double percent = 100.0;
-
-/// Free share in per cent; empty when \a output is not that of a file system with any blocks.
-std::optional<double> parseDf(const QByteArray &output)
-{
-    const QStringList lines = QString::fromLocal8Bit(output).split(QLatin1Char('\n'));
-    if (lines.size() < 2)
-        return std::nullopt;
-    const QStringList fields = lines[1].split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    if (fields.size() < 4)
-        return std::nullopt;
-    const qlonglong total = fields[1].toLongLong(); // blocks of 1024 bytes, both
-    const qlonglong available = fields[3].toLongLong();
-    if (total <= 0)
-        return std::nullopt;
-    return double(available) / double(total) * percent;
-}
 }
 
 int_diskfree::int_diskfree(const QDomElement &element, const hostSystem &host, int timeLimitMs)
@@ -62,6 +46,21 @@ sensorResultPacket int_diskfree::takeSample()
     return packet;
 }
 
+std::optional<double> int_diskfree::percentFreeIn(const QByteArray &output)
+{
+    const QStringList lines = QString::fromLocal8Bit(output).split(QLatin1Char('\n'));
+    if (lines.size() < 2)
+        return std::nullopt;
+    const QStringList fields = lines[1].split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    if (fields.size() < 4)
+        return std::nullopt;
+    const qlonglong total = fields[1].toLongLong(); // blocks of 1024 bytes, both
+    const qlonglong available = fields[3].toLongLong();
+    if (total <= 0)
+        return std::nullopt;
+    return double(available) / double(total) * percent;
+}
+
 std::optional<double> int_diskfree::percentFree(QProcess &df, const QString &path) const
 {
     df.start(QStringLiteral("df"), {QStringLiteral("-P"), path});
@@ -71,7 +70,7 @@ std::optional<double> int_diskfree::percentFree(QProcess &df, const QString &pat
         debug->log(QStringLiteral("df finished with code %1").arg(df.exitCode()));
         return std::nullopt;
     }
-    const std::optional<double> free = parseDf(df.readAllStandardOutput());
+    const std::optional<double> free = percentFreeIn(df.readAllStandardOutput());
     if (!free)
         debug->log(QStringLiteral("df gave no figures for %1").arg(path));
     return free;

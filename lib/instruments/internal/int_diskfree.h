@@ -20,6 +20,9 @@ public:
     sensorResultPacket takeSample() override;
     void configureSensor(QDomElement element) override;
 
+    /// Free share in per cent; empty when \a output (of df -P) is not that of a file system with any blocks.
+    static std::optional<double> percentFreeIn(const QByteArray &output);
+
 private:
     void addFileSystem(const QDomElement &element);
     std::optional<double> percentFree(QProcess &df, const QString &path) const;
