@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QTimer>
 
+#include <cmath>
+
 namespace {
 constexpr unsigned int componentType = 10001;
 constexpr int inheritLevel = -1;
@@ -75,7 +77,8 @@ std::optional<double> ds18b20::temperatureIn(const QByteArray &text)
     }
     bool isNumber = false;
     const double millidegrees = lines.value(1).split(QStringLiteral("t=")).value(1).toDouble(&isNumber);
-    if (!isNumber) {
+    // Qt reads "inf" and "nan" as numbers too.
+    if (!isNumber || !std::isfinite(millidegrees)) {
         debug->log(QStringLiteral("Failed to read any data"));
         return std::nullopt;
     }

@@ -63,6 +63,7 @@ private slots:
         QTest::newRow("one line") << QByteArray("crc=1c YES") << "Failed to read any data";
         QTest::newRow("no temperature") << QByteArray("crc=1c YES\nff ff\n") << "Failed to read any data";
         QTest::newRow("no number") << QByteArray("crc=1c YES\nff t=\n") << "Failed to read any data";
+        QTest::newRow("infinite") << QByteArray("crc=1c YES\nff t=inf\n") << "Failed to read any data";
     }
     void logsAReadingThatFails()
     {
