@@ -11,6 +11,8 @@
 #include "lib/instruments/interfaceCard/boilerSwitchBoard.h"
 #include "lib/instruments/internal/internalInst.h"
 #include "lib/interfaces/i2cInterface.h"
+#include "lib/interfaces/serialInterface.h"
+#include "lib/interfaces/tcpInterface.h"
 #include "lib/samplers/iotHttpPost.h"
 #include "lib/samplers/tcpSampler.h"
 #include "lib/support/configKeys.h"
@@ -139,6 +141,8 @@ std::unique_ptr<interface> eventLoop::makeInterface(const QString &type) const
 {
     const std::vector<typeRow<interface>> rows{
         {"i2c", [] { return std::make_unique<i2cInterface>(); }},
+        {"serial", [] { return std::make_unique<serialInterface>(); }},
+        {"tcp", [] { return std::make_unique<tcpInterface>(); }},
     };
     return make(rows, type);
 }
