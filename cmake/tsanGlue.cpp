@@ -39,6 +39,16 @@ void QMutex::unlock() Q_DECL_NOTHROW
     real(this);
 }
 
+/// Pairs with the release of the thread's finished(), emitted last thing in the thread.
+bool QThread::wait(QDeadlineTimer deadline)
+{
+    static const auto real = next<bool (*)(QThread *, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    const bool ended = real(this, deadline);
+    if (ended)
+        __tsan_acquire(this);
+    return ended;
+}
+
 namespace {
 /// Runs before the handler of every event: a queued call carries its sender's writes with it.
 bool deliver(void **data)
