@@ -39,7 +39,16 @@ void QMutex::unlock() Q_DECL_NOTHROW
     real(this);
 }
 
-/// Pairs with the release of the thread's finished(), emitted last thing in the thread.
+/// finished() is emitted last thing in the thread; wait() then shows all that the thread did to whoever
+/// waits.
+void QThread::start(Priority priority)
+{
+    static const auto real = next<void (*)(QThread *, Priority)>("_ZN7QThread5startENS_8PriorityE");
+    connect(
+        this, &QThread::finished, this, [this] { __tsan_release(this); }, Qt::DirectConnection);
+    real(this, priority);
+}
+
 bool QThread::wait(QDeadlineTimer deadline)
 {
     static const auto real = next<bool (*)(QThread *, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
