@@ -51,12 +51,15 @@ void iotHttpPost::takeSample()
         send(message);
 }
 
-void iotHttpPost::edgeTrigger(const QString &dataKey, const QVariant &, bool)
+void iotHttpPost::edgeTrigger(const QString &dataKey, const QVariant &dataValue, bool)
 {
+    // An edge is announced just before the store changes: this thread may be here first, and the message
+    // would then tell the value of before.
+    const auto current = [&](const QString &key) { return key == dataKey ? dataValue : store->query(key); };
     datastore tied(nullptr, m_host);
     for (int i = 0; i < subscribeList.size(); ++i) {
         if (triggerVariableList[i] == dataKey)
-            tied.store(subscribeList[i], store->query(subscribeList[i]));
+            tied.store(subscribeList[i], current(subscribeList[i]));
     }
     const QByteArray message = thingsboardJson(m_host).buildMessage(&tied, subscribeList);
     if (!message.isEmpty())
