@@ -30,6 +30,23 @@ constexpr float secondsPerMinute = 60.0F;
 constexpr float specificHeat = 4.186F; // of water, kJ per kg and K; one litre is taken as one kilogram
 constexpr double kilobytesPerMegabyte = 1000.0;
 
+// On the window's black ground the widget style draws nearly black outlines, and no box to tick at all.
+const char controlStyle[] = R"(
+    QPushButton, QComboBox, QGroupBox, QTabWidget::pane, QTabBar::tab { border: 1px solid #808080; }
+    QPushButton { border-radius: 4px; min-height: 24px; padding: 5px 10px; background-color: #202020; }
+    QPushButton:pressed { background-color: #606060; }
+    QPushButton:focus { border-color: #c0c0c0; }
+    QPushButton:disabled, QComboBox:disabled { color: #808080; border-color: #404040; }
+    QComboBox { min-height: 24px; padding: 2px 8px; }
+    QGroupBox { border-radius: 4px; margin-top: 2ex; padding-top: 1ex; }
+    QGroupBox::title { subcontrol-origin: margin; subcontrol-position: top center; padding: 0 6px; }
+    QTabBar::tab { min-height: 24px; padding: 3px 14px; }
+    QTabBar::tab:selected { background-color: #404040; }
+    QCheckBox { spacing: 8px; }
+    QCheckBox::indicator { width: 18px; height: 18px; border: 1px solid #c0c0c0; }
+    QCheckBox::indicator:checked { background-color: #c0c0c0; }
+)";
+
 /// As "%.*f" prints it, whatever the locale.
 QString fixed(double value, int decimals)
 {
@@ -69,7 +86,7 @@ const mainWindow::source mainWindow::sources[] = {
 
 /// A line of the panel; one without a field is a heading with an empty line above it.
 struct mainWindow::row {
-    const char *title;
+    const char *title = "";
     float mainWindow::*field = nullptr;
     int decimals = 0;
     const char *unit = "";
@@ -146,6 +163,7 @@ void mainWindow::arrange()
     auto *const whole = new QVBoxLayout(central);
     whole->addLayout(upper);
     whole->addLayout(lower);
+    central->setStyleSheet(QString::fromLatin1(controlStyle));
     setCentralWidget(central);
 }
 

@@ -1,6 +1,9 @@
 #include "app/Widgets/statusPanel.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QEvent>
+#include <QPainter>
+#include <QTextOption>
 
 namespace {
 constexpr int repaintInterval = 100; // ms
@@ -19,8 +22,6 @@ void statusPanel::showStatus(const QString &richText)
 {
     if (richText == text())
         return;
-    if (richText.count(QLatin1Char('<')) != text().count(QLatin1Char('<')))
-        m_hint = QSize(); // other lines, not just other values
     // The base class asks for a repaint with every text; this one is asked for below, when its turn comes.
     const bool disabled = testAttribute(Qt::WA_UpdatesDisabled);
     setAttribute(Qt::WA_UpdatesDisabled);
@@ -36,19 +37,56 @@ void statusPanel::paintPending()
     if (!m_pending)
         return;
     m_pending = false;
-    update();
     m_pause.start();
+    update();
+}
+
+const QTextDocument &statusPanel::laidOut() const
+{
+    if (m_layout)
+        return *m_layout;
+    // A new document each time: an old one lays itself out again after every single change made to it here.
+    m_layout = std::make_unique<QTextDocument>();
+    m_layout->setUndoRedoEnabled(false);
+    m_layout->setDocumentMargin(0);
+    m_layout->setDefaultFont(font());
+    m_layout->setDefaultTextOption(QTextOption(alignment()));
+    m_layout->setHtml(text());
+    m_layout->setTextWidth(width());
+    return *m_layout;
 }
 
 QSize statusPanel::sizeHint() const
 {
-    if (!m_hint.isValid())
-        m_hint = QLabel::sizeHint();
-    return m_hint;
+    return laidOut().size().toSize();
 }
 
+void statusPanel::paintEvent(QPaintEvent *)
+{
+    if (m_painted != text()) {
+        const QSize before = sizeHint();
+        m_painted = text();
+        m_layout.reset();
+        if (sizeHint() != before)
+            updateGeometry();
+    }
+    QAbstractTextDocumentLayout::PaintContext context;
+    context.palette = palette();
+    context.palette.setColor(QPalette::Text, palette().color(foregroundRole()));
+    QPainter painter(this);
+    painter.translate(0, (height() - laidOut().size().height()) / 2);
+    laidOut().documentLayout()->draw(&painter, context);
+}
+
+/// Fonts and style sheets change the layout.
 void statusPanel::changeEvent(QEvent *event)
 {
-    m_hint = QSize();
+    m_layout.reset();
     QLabel::changeEvent(event);
+}
+
+void statusPanel::resizeEvent(QResizeEvent *event)
+{
+    m_layout.reset();
+    QLabel::resizeEvent(event);
 }

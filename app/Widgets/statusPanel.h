@@ -2,7 +2,10 @@
 #define STATUSPANEL_H
 
 #include <QLabel>
+#include <QTextDocument>
 #include <QTimer>
+
+#include <memory>
 
 /// A rich-text label for text that changes far more often than anybody can read.
 ///
@@ -19,19 +22,24 @@ public:
     /// Sets the text at once and has it painted when its turn comes.
     void showStatus(const QString &richText);
 
-    /// Worked out anew when lines come or go, not for every new value: that would lay the text out each time.
+    /// Of the text last laid out; a new one is not laid out just to be asked for its size.
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
+    /// Does what the base class does for rich text, but lays it out once instead of three times.
+    void paintEvent(QPaintEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void paintPending();
+    const QTextDocument &laidOut() const;
 
-    QTimer m_pause; // runs for a while after each repaint
+    mutable std::unique_ptr<QTextDocument> m_layout; // null: to be made of the text
+    QString m_painted;                               // the text of the last painting
+    QTimer m_pause;                                  // runs for a while after each repaint
     bool m_pending = false;
-    mutable QSize m_hint; // invalid: to be worked out
 };
 
 #endif
