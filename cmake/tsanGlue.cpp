@@ -39,13 +39,21 @@ void QMutex::unlock() Q_DECL_NOTHROW
     real(this);
 }
 
-/// finished() is emitted last thing in the thread; wait() then shows all that the thread did to whoever
-/// waits.
+namespace {
+/// Thread-local; Qt destroys it as the last act of a thread, after everything that finished() called.
+struct threadEnd {
+    QThread *const thread = QThread::currentThread();
+    ~threadEnd() { __tsan_release(thread); }
+};
+}
+
+/// wait() shows all that the thread did to whoever waits.
 void QThread::start(Priority priority)
 {
     static const auto real = next<void (*)(QThread *, Priority)>("_ZN7QThread5startENS_8PriorityE");
+    static QThreadStorage<threadEnd> ends;
     connect(
-        this, &QThread::finished, this, [this] { __tsan_release(this); }, Qt::DirectConnection);
+        this, &QThread::started, this, [] { ends.setLocalData({}); }, Qt::DirectConnection);
     real(this, priority);
 }
 
