@@ -13,6 +13,8 @@
 #include <QThread>
 #include <QTimer>
 
+#include <future>
+
 namespace {
 QByteArray client(int port)
 {
@@ -183,21 +185,20 @@ private slots:
         {
             testedInterface tested(client(port));
             tested.retryAfter(1);
-            std::unique_ptr<listener> server;
+            std::promise<bool> first;
             QThread thread;
             QObject worker;
             worker.moveToThread(&thread);
             QEventLoop loop;
             connect(&tested, &interface::interfaceConnected, &loop, &QEventLoop::quit, Qt::QueuedConnection);
-            connect(&thread, &QThread::started, &worker, [&] {
-                if (!tested.open(QIODevice::ReadWrite))
-                    QMetaObject::invokeMethod(&loop, [&] { server = std::make_unique<listener>(port); });
-            });
+            connect(&thread, &QThread::started, &worker,
+                [&] { first.set_value(tested.open(QIODevice::ReadWrite)); });
             thread.start();
+            QVERIFY(!first.get_future().get());
+            const listener server(port);
             loop.exec();
             thread.quit();
             thread.wait();
-            QVERIFY(server);
             QCOMPARE(tested.socket()->thread(), &thread);
             QCOMPARE(tested.socket()->state(), QAbstractSocket::UnconnectedState);
         }
