@@ -86,9 +86,8 @@ void interface::incrementFailCount()
     reconnectTimer->start();
 }
 
-void interface::configureInterface(QDomElement element)
+void interface::configureInterface(QDomElement)
 {
-    Q_UNUSED(element)
 }
 
 int interface::handle()
