@@ -1,0 +1,93 @@
+#include "tests/support/fakePrograms.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+/// The controller itself, with /dev/tty0 below a temporary folder, which is also its working directory.
+struct controller {
+    QTemporaryDir machine;
+    fakePrograms programs;
+    QProcess process;
+    QByteArray output;
+
+    explicit controller(const QStringList &arguments)
+    {
+        programs.write(QStringLiteral("setterm"), "echo \"$TERM $*\"");
+        QDir(machine.path()).mkdir(QStringLiteral("dev"));
+        QFile console(machine.filePath(QStringLiteral("dev/tty0")));
+        if (!console.open(QIODevice::WriteOnly))
+            qFatal("no console");
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DEVMOCK_DIR"), machine.path());
+        environment.insert(QStringLiteral("LD_PRELOAD"), QStringLiteral(CALORIX_LIB_DIR "/libdevmock.so"));
+        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0"));
+        environment.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(machine.path());
+        process.setProcessChannelMode(QProcess::MergedChannels);
+        process.start(QStringLiteral(CALORIX_BIN_DIR "/calorix"), arguments);
+    }
+    ~controller()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+    /// Waits until it has printed \a text.
+    bool prints(const QByteArray &text)
+    {
+        while (!output.contains(text)) {
+            if (!process.waitForReadyRead(20000))
+                return false;
+            output += process.readAll();
+        }
+        return true;
+    }
+    QByteArray console() const
+    {
+        QFile file(machine.filePath(QStringLiteral("dev/tty0")));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+};
+}
+
+class tst_main : public QObject
+{
+    Q_OBJECT
+private slots:
+    void putsThePrefixInFrontOfItsFiles_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QByteArray>("prefix");
+        QTest::newRow("none") << QStringList() << QByteArray();
+        QTest::newRow("folder") << QStringList{"-c", "/none/x/", "-fs"} << QByteArray("/none/x/");
+        QTest::newRow("no slash added") << QStringList{"-c", "/none/x"} << QByteArray("/none/x");
+        QTest::newRow("last one counts")
+            << QStringList{"-c", "/none/a/", "-c", "/none/b/"} << QByteArray("/none/b/");
+        QTest::newRow("no value") << QStringList{"-c", "/none/a/", "-p", "-c"} << QByteArray();
+        QTest::newRow("other case is unknown") << QStringList{"-C", "/none/a/", "--nonsense"} << QByteArray();
+    }
+    void putsThePrefixInFrontOfItsFiles()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QByteArray, prefix);
+        controller c(arguments);
+        for (const char *line : {"Trying %config.xml...", "Loading control file %waterTimer.xml...",
+                 "Loading control file %heatTimer.xml...", "Starting instrument 1"})
+            QVERIFY2(c.prints(QByteArray(line).replace("%", prefix)), c.output.constData());
+    }
+
+    void blanksTheConsoleBehindTheDisplay()
+    {
+        controller c({});
+        QVERIFY(c.prints("Registered component - Network"));
+        // Each command starts the file anew.
+        QCOMPARE(c.console(), QByteArray("linux -foreground black -clear all\n"));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_main)
+#include "tst_main.moc"
