@@ -170,7 +170,7 @@ private slots:
             << air << 118 << 108997.0
             << QStringList{"SysTemperature 21.0", "SysPressure 1090.0", "SysHumidity 50.0"};
         QTest::newRow("implausible pressure")
-            << air << 118 << 109530.0 << QStringList{"SysTemperature 21.0", "SysHumidity 50.0"};
+            << air << 118 << 109010.0 << QStringList{"SysTemperature 21.0", "SysHumidity 50.0"};
     }
     void publishesWhatTheChipMeasures()
     {
@@ -221,6 +221,15 @@ private slots:
         fixture f(0x58);
         f.start();
         QCOMPARE(f.sample(), (QStringList{"SysTemperature 0.0", "SysPressure 300.0", "SysHumidity 0.0"}));
+    }
+
+    void switchesTheSupplyOfItsBusOn()
+    {
+        fixture f;
+        f.bus.configure(xml("<interface><name>Air</name><power><pin>4</pin></power></interface>"));
+        f.start();
+        QCOMPARE(f.results.count(), 1);
+        QCOMPARE(f.results[0], (QList<QVariant>{"Syspower", true}));
     }
 
     void startsLaterWhenTheBusIsNotThereYet()
