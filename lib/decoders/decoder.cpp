@@ -24,7 +24,7 @@ decoder::decoder(QObject *ioProtocol, QObject *parent)
 
 decoder::~decoder() = default;
 
-void decoder::configure(QDomElement block)
+void decoder::configure(const QDomElement &block)
 {
     readKeys(block, {{"debug", [this](const QDomElement &) { debug->enable(); }}});
 }

@@ -23,7 +23,7 @@ public:
     ~decoder() override;
 
     /// A child element "debug" enables the decoder's log, which is silent without it.
-    virtual void configure(QDomElement block);
+    virtual void configure(const QDomElement &block);
 
     std::unique_ptr<debugComponent> debug;
     QString name = QStringLiteral("decoder");

@@ -85,6 +85,8 @@ void instrument::attach(interface *used)
     debug->addChild(used->debug.get());
 }
 
+// An element is a handle: all instruments take it by value.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void instrument::configureInstrument(QDomElement block)
 {
     Q_UNUSED(block)

@@ -24,7 +24,7 @@ void parser::setBufferSize(unsigned int bytes)
     bufferLimit = bytes;
 }
 
-void parser::configure(QDomElement block)
+void parser::configure(const QDomElement &block)
 {
     readKeys(block, {});
 }

@@ -22,7 +22,7 @@ public:
     /// Bytes that the buffer keeps from one read to the next. What it holds now is cut at the next read.
     void setBufferSize(unsigned int bytes);
     /// No keys in the base.
-    virtual void configure(QDomElement block);
+    virtual void configure(const QDomElement &block);
     /// Called after every read; a derived class takes whole messages out of the buffer here.
     virtual void newDataInBuffer();
 

@@ -6,7 +6,7 @@ protocol::protocol(interface *stream, QObject *parent)
 {
 }
 
-void protocol::configure(QDomElement block)
+void protocol::configure(const QDomElement &block)
 {
     Q_UNUSED(block)
 }

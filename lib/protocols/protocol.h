@@ -18,7 +18,7 @@ public:
     /// \a stream is not owned.
     protocol(interface *stream, QObject *parent);
 
-    virtual void configure(QDomElement block);
+    virtual void configure(const QDomElement &block);
     virtual void start();
 
 signals:

@@ -17,7 +17,7 @@
 #include <QTimer>
 #include <QtTest>
 
-#include <cmath>
+#include <atomic>
 #include <limits>
 
 namespace {
@@ -42,6 +42,28 @@ QString show(const QVariant &value)
         return QString("?%1").arg(value.typeName());
     }
 }
+
+/// Ends so that the thread sanitizer sees it: QThread::wait() alone is no join to it.
+class instrumentThread : public QThread
+{
+public:
+    explicit instrumentThread(instrument &device)
+        : m_device(device)
+    {
+    }
+    void run() override
+    {
+        exec();
+        m_device.findChild<QTimer *>()->stop();
+        connect(
+            this, &QThread::finished, this, [this] { ended = true; }, Qt::DirectConnection); // the last one
+    }
+
+    std::atomic<bool> ended{false};
+
+private:
+    instrument &m_device;
+};
 
 struct fixture {
     fakeBus bus;
@@ -334,12 +356,9 @@ private slots:
         ifaces.append(&line);
         QObject::connect(&board, &instrument::resultAvailable, &store,
             QOverload<const QString &, const QVariant &>::of(&datastore::store));
-        QThread thread;
+        instrumentThread thread(board);
         board.moveToThread(&thread);
         QObject::connect(&thread, &QThread::started, &board, &instrument::start);
-        QObject::connect(
-            &thread, &QThread::finished, &board, [&board] { board.findChild<QTimer *>()->stop(); },
-            Qt::DirectConnection);
         thread.start();
         QTRY_VERIFY(store.query("boilerPower1Control").isValid());
         store.store("boilerPower1Demand", true);
@@ -347,6 +366,7 @@ private slots:
         QTRY_VERIFY(store.query("boilerpower").toBool());
         thread.quit();
         QVERIFY(thread.wait());
+        QVERIFY(thread.ended);
         auto *const grid = qobject_cast<QGridLayout *>(board.control->layout());
         QTRY_COMPARE(
             qobject_cast<bsbGuiCtrlChan *>(grid->itemAtPosition(1, 1)->widget())->title(), QString("Pump"));

@@ -53,6 +53,8 @@ boilerSwitchBoard::boilerSwitchBoard(
     auto *const grid = new QGridLayout(control);
     grid->addWidget(m_chan1, 1, 1);
     grid->addWidget(m_chan2, 1, 2);
+    connect(this, &boilerSwitchBoard::channel1Named, m_chan1, &bsbGuiCtrlChan::setTitle);
+    connect(this, &boilerSwitchBoard::channel2Named, m_chan2, &bsbGuiCtrlChan::setTitle);
 }
 
 void boilerSwitchBoard::configureInstrument(QDomElement block)
@@ -60,16 +62,13 @@ void boilerSwitchBoard::configureInstrument(QDomElement block)
     const auto intoFlag = [](bool &target) {
         return [&target](const QDomElement &element) { target = element.text().toInt() != 0; };
     };
-    const auto intoTitle = [this](bsbGuiCtrlChan *channel) {
-        return [this, channel](const QDomElement &element) { setTitle(channel, element.text()); };
-    };
     readKeys(block,
         {
             {"interface", [this](const QDomElement &element) { useInterface(element.text()); }},
             {"chan1default", intoFlag(m_ch1Default)},
             {"chan2default", intoFlag(m_ch2Default)},
-            {"chan1name", intoTitle(m_chan1)},
-            {"chan2name", intoTitle(m_chan2)},
+            {"chan1name", [this](const QDomElement &element) { emit channel1Named(element.text()); }},
+            {"chan2name", [this](const QDomElement &element) { emit channel2Named(element.text()); }},
             {"period", intoMs(m_sampleInterval)},
         });
 }
@@ -77,12 +76,6 @@ void boilerSwitchBoard::configureInstrument(QDomElement block)
 void boilerSwitchBoard::useInterface(const QString &name)
 {
     i2cBus = dynamic_cast<i2cInterface *>(getInterface(name));
-}
-
-/// The widget belongs to the display thread, configuration happens on this one.
-void boilerSwitchBoard::setTitle(bsbGuiCtrlChan *channel, const QString &title)
-{
-    QMetaObject::invokeMethod(channel, [channel, title] { channel->setTitle(title); });
 }
 
 void boilerSwitchBoard::start()

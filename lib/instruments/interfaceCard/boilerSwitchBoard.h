@@ -38,6 +38,11 @@ public slots:
     void stop() override;
     void takeSample();
 
+signals:
+    /// The configured titles, on their way to the widgets of the display thread.
+    void channel1Named(const QString &title);
+    void channel2Named(const QString &title);
+
 private:
     /// One byte; with \a check, 0xFF is a missing value.
     bool measureUI8(quint8 command, quint8 *value, bool check);
@@ -47,7 +52,6 @@ private:
     bool exchange(const std::function<bool()> &attempt);
     bool repeat(const std::function<bool()> &attempt);
     void useInterface(const QString &name);
-    void setTitle(bsbGuiCtrlChan *channel, const QString &title);
 
     void samplePressureSwitch(quint8 command, const QString &prefix);
     void sampleFloat(quint8 command, const QString &key, float min, float max);

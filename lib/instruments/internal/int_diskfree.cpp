@@ -21,7 +21,7 @@ int_diskfree::int_diskfree(const QDomElement &element, const hostSystem &host, i
     configure(element);
 }
 
-void int_diskfree::configureSensor(QDomElement element)
+void int_diskfree::configureSensor(const QDomElement &element)
 {
     readKeys(element, {{"filesystem", [this](const QDomElement &entry) { addFileSystem(entry); }}});
 }

@@ -18,7 +18,7 @@ public:
         const QDomElement &element, const hostSystem &host = hostSystem::real(), int timeLimitMs = 5000);
 
     sensorResultPacket takeSample() override;
-    void configureSensor(QDomElement element) override;
+    void configureSensor(const QDomElement &element) override;
 
     /// Free share in per cent; empty when \a output (of df -P) is not that of a file system with any blocks.
     static std::optional<double> percentFreeIn(const QByteArray &output);

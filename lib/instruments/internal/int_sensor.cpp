@@ -22,7 +22,7 @@ sensorResultPacket int_sensor::takeSample()
     return {};
 }
 
-void int_sensor::configureSensor(QDomElement element)
+void int_sensor::configureSensor(const QDomElement &element)
 {
     Q_UNUSED(element)
 }

@@ -24,7 +24,7 @@ public:
     int_sensor &operator=(const int_sensor &) = delete;
 
     virtual sensorResultPacket takeSample();
-    virtual void configureSensor(QDomElement element);
+    virtual void configureSensor(const QDomElement &element);
 
     /// Reads the keys that all sensors have, then the sensor's own. Called by each sensor's constructor.
     void configure(const QDomElement &element);

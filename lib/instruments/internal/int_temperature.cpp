@@ -17,7 +17,7 @@ int_temperature::int_temperature(const QDomElement &element, const hostSystem &h
     configure(element);
 }
 
-void int_temperature::configureSensor(QDomElement element)
+void int_temperature::configureSensor(const QDomElement &element)
 {
     readKeys(element, {{"zone", [this](const QDomElement &zone) { useZone(zone); }}});
 }

@@ -11,7 +11,7 @@ public:
     explicit int_temperature(const QDomElement &element, const hostSystem &host = hostSystem::real());
 
     sensorResultPacket takeSample() override;
-    void configureSensor(QDomElement element) override;
+    void configureSensor(const QDomElement &element) override;
 
 private:
     void useZone(const QDomElement &element);
