@@ -125,22 +125,6 @@ private slots:
         QVERIFY(f.created(2).isEmpty());
     }
 
-    void aFolderIsNoConfiguration()
-    {
-        fixture f;
-        QVERIFY(!f.loader.configureSystem(f.host.path(QString())));
-        QCOMPARE(f.sink.texts().last(), QStringLiteral("Could not open file."));
-    }
-
-    void saysThatNoNameWasGiven()
-    {
-        fixture f;
-        QVERIFY(!f.loader.configureSystem(QString())); // there is none in the tests' folder
-        QCOMPARE(f.sink.texts().mid(0, 3),
-            (QStringList{
-                "Loading configuration...", "No configuration file provided.", "Trying config.xml..."}));
-    }
-
     void createsWhatItKnows_data()
     {
         QTest::addColumn<QByteArray>("children");

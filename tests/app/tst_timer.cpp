@@ -74,21 +74,6 @@ private slots:
         QCOMPARE(f.results[1], (QVariantList{"heatTimerOn", true}));
     }
 
-    void saysWhichPeriodIsOn()
-    {
-        fixture f(weekdayMorning);
-        f.programme.start();
-        f.at("2026-01-12T07:59:59");
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Standard timing until  8:00am"));
-        f.at("2026-01-12T08:00:00");
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Off"));
-        f.at("2026-01-17T07:00:00"); // Saturday
-        QVERIFY(!f.programme.isOn());
-        f.at("2026-01-17T11:15:00");
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Standard timing until 12:00am"));
-        QVERIFY(f.programme.isOn());
-    }
-
     void startsWithoutAUsableFile_data()
     {
         QTest::addColumn<QByteArray>("xml");
@@ -114,15 +99,6 @@ private slots:
         QVERIFY(f.programme.isOn());
     }
 
-    void saysThatItHasNoFile()
-    {
-        timer nameless(nullptr, QStringLiteral("waterTimer"), QString(), nullptr);
-        logSink sink;
-        nameless.debug->registerWithClient(&sink);
-        nameless.readCtrlFile();
-        QCOMPARE(sink.texts(), (QStringList{"Loading control file ...", "No control file provided."}));
-    }
-
     void boostGrowsByAnHourAndTheFourthPressCancels()
     {
         fixture f;
@@ -141,13 +117,17 @@ private slots:
         QVERIFY(!f.programme.isOn());
     }
 
-    void boostTakesPrecedenceOverThePeriod()
+    void saysWhatIsOn()
     {
         fixture f(weekdayMorning);
         f.programme.start();
-        f.at("2026-01-12T07:30:00");
+        f.at("2026-01-12T08:00:00");
+        f.programme.advance(); // does nothing
+        QCOMPARE(f.programme.operationText(), QStringLiteral("Off"));
+        f.at("2026-01-17T11:15:00"); // Saturday
+        QCOMPARE(f.programme.operationText(), QStringLiteral("Standard timing until 12:00am"));
         f.programme.boost();
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Boost until  8:30am"));
+        QCOMPARE(f.programme.operationText(), QStringLiteral("Boost until 12:15am"));
     }
 
     void onlyIsOnClearsAnExpiredBoost()
@@ -175,16 +155,6 @@ private slots:
         QVERIFY(f.programme.isOn());
         f.at("2026-01-13T00:00:00");
         QVERIFY(!f.programme.isOn());
-    }
-
-    void advanceChangesNothing()
-    {
-        fixture f(weekdayMorning);
-        f.programme.start();
-        f.at("2026-01-12T06:00:00");
-        f.programme.advance();
-        QVERIFY(!f.programme.isOn());
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Off"));
     }
 
     void followsLocalTime_data()
