@@ -48,7 +48,7 @@ std::optional<datastoreElementType> elementReader::next()
         if (length >= shortestElement && length <= longestElement) {
             if (quint32(m_received.size()) < length)
                 return std::nullopt;
-            if (const std::optional<datastoreElementType> element = read(m_received.left(int(length)))) {
+            if (std::optional<datastoreElementType> element = read(m_received.left(int(length)))) {
                 m_received.remove(0, int(length));
                 return element;
             }

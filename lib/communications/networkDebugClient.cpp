@@ -31,7 +31,7 @@ void networkDebugClient::transmit(const QByteArray &bytes)
 void networkDebugClient::send(const QByteArray &bytes)
 {
     constexpr qint64 unsentLimit
-        = 8 * 1024 * 1024; // bytes; a viewer that reads nothing must not eat the memory
+        = 8LL * 1024 * 1024; // bytes; a viewer that reads nothing must not eat the memory
     if (connection && connection->state() != QAbstractSocket::UnconnectedState
         && connection->bytesToWrite() <= unsentLimit)
         connection->write(bytes);

@@ -12,7 +12,7 @@ constexpr unsigned int componentType = 302;
 constexpr int inheritLevel = -1;
 constexpr int lastPort = 65535;
 constexpr int acceptRetryMs = 1000;             // Qt stops accepting for good when descriptors run out
-constexpr qint64 unsentLimit = 8 * 1024 * 1024; // bytes that may wait for one client
+constexpr qint64 unsentLimit = 8LL * 1024 * 1024; // bytes that may wait for one client
 }
 
 tcpSampler::tcpSampler(datastore *store, QObject *parent)
