@@ -25,7 +25,12 @@ public:
             ConsoleReporter::ReportRuns(medians);
     }
 
-    const std::map<std::string, double> &medians() const { return m_medians; }
+    /// In ns; 0 if it has not run.
+    double median(const char *name) const
+    {
+        const auto found = m_medians.find(name);
+        return found == m_medians.end() ? 0.0 : found->second;
+    }
 
 private:
     std::map<std::string, double> m_medians; // CPU time, ns
@@ -52,12 +57,12 @@ int runBenchmarks(int argc, char **argv, const std::vector<ratio> &rows)
     benchmark::RunSpecifiedBenchmarks(&reporter);
     int missing = 0;
     for (const ratio &row : rows) {
-        const auto work = reporter.medians().find(row.work);
-        const auto floor = reporter.medians().find(row.floor);
-        if (work == reporter.medians().end() || floor == reporter.medians().end())
-            ++missing;
+        const double work = reporter.median(row.work);
+        const double floor = row.floor ? reporter.median(row.floor) : row.budgetNs;
+        if (work > 0.0 && floor > 0.0)
+            printRatio(row.name, work / floor);
         else
-            printRatio(row.name, work->second / floor->second);
+            ++missing;
     }
     return missing == 0 ? 0 : 1;
 }

@@ -7,7 +7,8 @@
 struct ratio {
     const char *name; // as in limits.txt
     const char *work;
-    const char *floor;
+    const char *floor; // null: held against budgetNs
+    double budgetNs = 0.0;
 };
 
 /// The main() of a benchmark program: runs every registered benchmark, repeated and in random order so that

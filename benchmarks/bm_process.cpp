@@ -1,0 +1,206 @@
+// The controller as a process: from its start to its first paint beside a bare widget, and running the
+// example installation with simulated devices beside a bare window with as many threads, transfers and
+// paints.
+#include "benchmarks/processUse.h"
+#include "benchmarks/ratios.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+namespace {
+constexpr int starts = 15;
+constexpr int warmUpMs = 6000;
+constexpr int measureMs = 20000;
+
+const QString bin = QStringLiteral(CALORIX_BIN_DIR);
+const QString lib = QStringLiteral(CALORIX_LIB_DIR);
+const QString source = QStringLiteral(CALORIX_SOURCE_DIR);
+const QString here = QStringLiteral(CALORIX_BENCH_DIR);
+
+void wait(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+/// A machine of its own, with stand-ins for the programs that would act on the real one.
+class machine
+{
+public:
+    machine()
+    {
+        // A copy of the example whose server port nobody else uses and whose uploads go nowhere.
+        for (const char *name : {"config.xml", "heatTimer.xml", "waterTimer.xml"}) {
+            QFile original(source + QStringLiteral("/config/") + QLatin1String(name));
+            QFile copy(m_folder.filePath(QLatin1String(name)));
+            if (original.open(QIODevice::ReadOnly) && copy.open(QIODevice::WriteOnly))
+                copy.write(original.readAll()
+                               .replace("<port>5020<", "<port>0<")
+                               .replace("127.0.0.1:8080", "127.0.0.1:9"));
+        }
+    }
+
+    QString folder() const { return m_folder.path(); }
+    QString file(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+
+    QProcessEnvironment environment(const QStringList &preloads) const
+    {
+        QProcessEnvironment e = QProcessEnvironment::systemEnvironment();
+        e.insert(QStringLiteral("DEVMOCK_DIR"), folder());
+        e.insert(QStringLiteral("PATH"),
+            source + QStringLiteral("/simulator/standins:") + e.value(QStringLiteral("PATH")));
+        e.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        e.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder());
+        e.insert(QStringLiteral("LD_PRELOAD"), preloads.join(QLatin1Char(':')));
+        return e;
+    }
+
+private:
+    QTemporaryDir m_folder;
+};
+
+const QString paintWatch = here + QStringLiteral("/libpaintWatch.so");
+const QString devmock = lib + QStringLiteral("/libdevmock.so");
+
+/// Seconds from the start of a program to its first paint.
+double firstPaint(const machine &m, const QString &program, const QStringList &arguments)
+{
+    QProcess process;
+    QProcessEnvironment e = m.environment({paintWatch});
+    e.insert(QStringLiteral("PAINTWATCH_EXIT"), QStringLiteral("1"));
+    process.setProcessEnvironment(e);
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    const double start = monotonicSeconds();
+    process.start(program, arguments);
+    const bool ended = process.waitForFinished(20000) && process.exitStatus() == QProcess::NormalExit;
+    return ended ? monotonicSeconds() - start : 99.0;
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void measureStart()
+{
+    const machine m;
+    std::vector<double> ours;
+    std::vector<double> bare;
+    for (int i = 0; i < starts; ++i) { // in turns: both see the same machine
+        ours.push_back(firstPaint(
+            m, bin + QStringLiteral("/calorix"), {QStringLiteral("-c"), m.folder() + QLatin1Char('/')}));
+        bare.push_back(firstPaint(m, here + QStringLiteral("/bareWindow"), {}));
+    }
+    std::printf(
+        "first paint: controller %.1f ms, bare widget %.1f ms\n", median(ours) * 1000, median(bare) * 1000);
+    printRatio("start.window_vs_bare_widget", median(ours) / median(bare));
+}
+
+struct use {
+    double cpu = 0.0; // share of a core
+    long rssKb = 0;
+    int threads = 0;
+    int transfersPerSecond = 0;
+    int paintsPerSecond = 0;
+};
+
+quint64 paintsSoFar(const machine &m)
+{
+    QFile file(m.file("paints"));
+    quint64 count = 0;
+    if (file.open(QIODevice::ReadOnly) && file.read(reinterpret_cast<char *>(&count), sizeof count) < 0)
+        return 0;
+    return count;
+}
+
+int logLines(const machine &m)
+{
+    QFile file(m.file("transfers.log"));
+    return file.open(QIODevice::ReadOnly) ? file.readAll().count(" open") : 0;
+}
+
+/// Runs a program beside the simulator and looks at it after it has warmed up.
+use run(const QString &program, const QStringList &arguments, const machine &m)
+{
+    QProcess simulator;
+    simulator.setProcessEnvironment(m.environment({}));
+    simulator.setStandardOutputFile(QProcess::nullDevice());
+    simulator.setStandardErrorFile(m.file("simulator.err"));
+    simulator.start(bin + QStringLiteral("/calorix-sim"), {QStringLiteral("--log"), m.file("transfers.log")});
+    simulator.waitForStarted();
+    wait(500);
+    QProcess process;
+    QProcessEnvironment e = m.environment({devmock, paintWatch});
+    e.insert(QStringLiteral("PAINTWATCH_FILE"), m.file("paints"));
+    process.setProcessEnvironment(e);
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    process.waitForStarted();
+    const auto pid = pid_t(process.processId());
+    wait(warmUpMs);
+    const double cpu = cpuSeconds(pid);
+    const quint64 paints = paintsSoFar(m);
+    const int transfers = logLines(m);
+    wait(measureMs);
+    use u;
+    u.cpu = (cpuSeconds(pid) - cpu) * 1000 / measureMs;
+    u.rssKb = statusKb(pid, "VmRSS");
+    u.threads = int(statusKb(pid, "Threads"));
+    u.transfersPerSecond = (logLines(m) - transfers) * 1000 / measureMs;
+    u.paintsPerSecond = int((paintsSoFar(m) - paints) * 1000 / measureMs);
+    for (QProcess *each : {&process, &simulator}) {
+        each->kill();
+        each->waitForFinished();
+    }
+    return u;
+}
+
+void print(const char *name, const use &u)
+{
+    std::printf("%s: %.2f %% of a core, %.1f MB, %d threads, %d bus transfers and %d paints a second\n", name,
+        u.cpu * 100, double(u.rssKb) / 1024, u.threads, u.transfersPerSecond, u.paintsPerSecond);
+}
+
+void measureIdle()
+{
+    const machine m;
+    const use ours
+        = run(bin + QStringLiteral("/calorix"), {QStringLiteral("-c"), m.folder() + QLatin1Char('/')}, m);
+    print("controller", ours);
+    const machine other;
+    const use shell = run(here + QStringLiteral("/bareWindow"),
+        {QString::number(ours.threads - 1), QString::number(ours.transfersPerSecond),
+            QString::number(ours.paintsPerSecond), QStringLiteral("/dev/i2c-1"), QString::number(0x30)},
+        other);
+    print("bare window", shell);
+    if (ours.transfersPerSecond == 0 || shell.transfersPerSecond == 0) {
+        std::puts("no bus transfers seen: the simulated devices did not come up");
+        return;
+    }
+    printRatio("idle.cpu_vs_shell", ours.cpu / shell.cpu);
+    printRatio("idle.rss_vs_shell", double(ours.rssKb) / double(shell.rssKb));
+}
+}
+
+int main(int argc, char **argv)
+{
+    const QCoreApplication app(argc, argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    measureStart();
+    measureIdle();
+    return 0;
+}
