@@ -46,7 +46,7 @@ int runLoaded(char **argv)
 {
     const int threads = atoi(argv[1]);
     const int transfers = atoi(argv[2]);
-    const int paints = atoi(argv[3]);
+    const double paints = atof(argv[3]);
     QLabel label(panelText(0));
     label.setStyleSheet(QStringLiteral("background-color: black; color: white; font-size: 14px;"));
     label.setFixedSize(800, 480);
@@ -55,7 +55,7 @@ int runLoaded(char **argv)
     int count = 0;
     QObject::connect(&repaint, &QTimer::timeout, &label, [&] { label.setText(panelText(++count)); });
     if (paints > 0)
-        repaint.start(1000 / paints);
+        repaint.start(int(1000 / paints));
 
     std::vector<std::unique_ptr<QThread>> workers;
     for (int i = 0; i < threads; ++i) {

@@ -114,7 +114,7 @@ struct use {
     long rssKb = 0;
     int threads = 0;
     int transfersPerSecond = 0;
-    int paintsPerSecond = 0;
+    double paintsPerSecond = 0.0;
 };
 
 quint64 paintsSoFar(const machine &m)
@@ -161,7 +161,7 @@ use run(const QString &program, const QStringList &arguments, const machine &m)
     u.rssKb = statusKb(pid, "VmRSS");
     u.threads = int(statusKb(pid, "Threads"));
     u.transfersPerSecond = (logLines(m) - transfers) * 1000 / measureMs;
-    u.paintsPerSecond = int((paintsSoFar(m) - paints) * 1000 / measureMs);
+    u.paintsPerSecond = double(paintsSoFar(m) - paints) * 1000 / measureMs;
     for (QProcess *each : {&process, &simulator}) {
         each->kill();
         each->waitForFinished();
@@ -171,8 +171,8 @@ use run(const QString &program, const QStringList &arguments, const machine &m)
 
 void print(const char *name, const use &u)
 {
-    std::printf("%s: %.2f %% of a core, %.1f MB, %d threads, %d bus transfers and %d paints a second\n", name,
-        u.cpu * 100, double(u.rssKb) / 1024, u.threads, u.transfersPerSecond, u.paintsPerSecond);
+    std::printf("%s: %.2f %% of a core, %.1f MB, %d threads, %d bus transfers and %.1f paints a second\n",
+        name, u.cpu * 100, double(u.rssKb) / 1024, u.threads, u.transfersPerSecond, u.paintsPerSecond);
 }
 
 void measureIdle()
