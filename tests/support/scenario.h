@@ -1,0 +1,99 @@
+#ifndef SCENARIO_H
+#define SCENARIO_H
+
+#include "tests/support/lineLink.h"
+#include "tests/support/publishedValues.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <functional>
+
+/// How often the parts of the example installation act, in ms.
+struct installationPace {
+    int boards = 20;
+    int logic = 20;
+    int startup = 300;
+    int shutdown = 600;
+    int sensors = 200;
+};
+
+/// One run of the real, unmodified controller on simulated devices, looked at from outside only: relays,
+/// files, log lines, published values, its window.
+///
+/// Everything lies in a private folder and ends with the scenario. Test's main thread only.
+class scenario
+{
+public:
+    /// A change of a relay, seconds on the simulator's clock.
+    struct relayChange {
+        double at;
+        QByteArray relay; // "pump", "boiler", "mid" or "full"
+        bool on;
+    };
+
+    scenario();
+    ~scenario();
+
+    QString path(const QString &name) const { return m_folder.filePath(name); }
+    void write(const QString &name, const QByteArray &content) const;
+
+    /// config.xml: the elements inside the root, and a TCP sampler that shows what is published.
+    void configure(const QByteArray &elements);
+    /// Three switch boards, control and valve logic as in a real house.
+    static QByteArray installation(const installationPace &pace = {});
+    /// A control file that is on all day, or never.
+    static QByteArray programme(bool allDay);
+    /// "heatTimer.xml" and "waterTimer.xml".
+    void setTimers(bool heating, bool water) const;
+
+    /// Sets the wall clock that the controller sees, and only that clock. Before start() it arms the control
+    /// of the clock, later it makes a step; either way the clock goes on from there.
+    void setWallClock(const QDateTime &instant);
+    void setVariable(const QString &name, const QString &value) { m_environment.insert(name, value); }
+
+    bool startDevices();
+    /// Starts it and waits for its window; \a arguments after "-c FOLDER/".
+    bool startController(const QStringList &arguments = {});
+    /// Both, and the stream of published values.
+    bool start();
+
+    /// Sends a command to the simulator; fails the test when it is refused.
+    QByteArray tell(const QByteArray &command);
+    /// Sends a command to the controller's window.
+    QByteArray puppet(const QByteArray &command);
+
+    static bool waitFor(const std::function<bool()> &condition, int timeoutMs = 10000);
+    bool waitForLog(const QByteArray &text, int timeoutMs = 10000);
+    bool waitForRelays(const QByteArray &state, int timeoutMs = 10000);
+
+    /// What the controller printed, without colours.
+    QByteArray log();
+    QList<relayChange> relayChanges();
+    const QList<QByteArray> &events() { return m_simulator.events(); }
+    bool isRunning() const { return m_controller.state() == QProcess::Running; }
+
+    /// Closes the window and waits for the end; the exit code, or -1 for a crash or a hang.
+    int leave();
+    /// Lines in which Qt or a sanitizer complains; what a clean run does not have.
+    QByteArray complaints();
+
+    publishedValues values;
+
+private:
+    QProcessEnvironment controllerEnvironment() const;
+
+    QTemporaryDir m_folder;
+    QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
+    QProcess m_devices;
+    QProcess m_controller;
+    lineLink m_simulator;
+    lineLink m_puppet;
+    QElapsedTimer m_started;
+    QByteArray m_log;
+    quint16 m_port = 0;
+};
+
+#endif
