@@ -139,7 +139,8 @@ busServer::answer busServer::openBus(connection &c, const QByteArray &name)
 {
     c.bus = QString::fromLatin1(name);
     const bool exists = hasBus(c.bus) && !faults.isAbsent(c.bus);
-    m_log.transfer(name + (exists ? " open" : " open" + failed(ENOENT)));
+    if (m_log.wantsTransfers())
+        m_log.transfer(name + (exists ? " open" : " open" + failed(ENOENT)));
     return {exists ? 0 : -ENOENT, {}};
 }
 
@@ -158,8 +159,7 @@ busServer::answer busServer::write(const connection &c, const QByteArray &bytes)
     const int result = error ? -error : device->write(bytes);
     if (result > 0)
         m_selected[{c.bus, c.address}] = quint8(bytes[0]);
-    m_log.transfer(c.bus.toLatin1() + " 0x" + QByteArray::number(c.address, 16) + " write " + hex(bytes)
-        + (result < 0 ? failed(-result) : QByteArray()));
+    note(c, " write ", hex(bytes) + (result < 0 ? failed(-result) : QByteArray()));
     return {result, {}};
 }
 
@@ -172,9 +172,14 @@ busServer::answer busServer::read(const connection &c, const QByteArray &argumen
         const int reg = m_selected.value({c.bus, c.address});
         bytes = faults.spoil(c.bus, c.address, reg, device->read(number(argument)));
     }
-    m_log.transfer(c.bus.toLatin1() + " 0x" + QByteArray::number(c.address, 16) + " read "
-        + (error ? failed(error).mid(1) : hex(bytes)));
+    note(c, " read ", error ? failed(error).mid(1) : hex(bytes));
     return {error ? -error : bytes.size(), bytes};
+}
+
+void busServer::note(const connection &c, const char *what, const QByteArray &text) const
+{
+    if (m_log.wantsTransfers())
+        m_log.transfer(c.bus.toLatin1() + " 0x" + QByteArray::number(c.address, 16) + what + text);
 }
 
 void busServer::reply(const std::shared_ptr<connection> &c, const answer &a) const

@@ -59,6 +59,7 @@ private:
     answer select(connection &c, const QByteArray &argument);
     answer write(const connection &c, const QByteArray &bytes);
     answer read(const connection &c, const QByteArray &argument);
+    void note(const connection &c, const char *what, const QByteArray &text) const;
     void reply(const std::shared_ptr<connection> &c, const answer &a) const;
 
     eventLog &m_log;

@@ -7,6 +7,7 @@
 
 controlServer::controlServer(commands &target, eventLog &log)
     : m_target(target)
+    , m_log(log)
 {
     connect(&m_server, &QLocalServer::newConnection, this, &controlServer::accept);
     connect(&log, &eventLog::added, this, &controlServer::pass);
@@ -24,6 +25,7 @@ void controlServer::accept()
         m_clients.insert(client, following::nothing);
         connect(client, &QLocalSocket::readyRead, this, [this, client] { read(client); });
         connect(client, &QLocalSocket::disconnected, this, [this, client] {
+            setFollowing(client, following::nothing);
             m_clients.remove(client);
             client->deleteLater();
         });
@@ -46,8 +48,15 @@ QByteArray controlServer::answer(QLocalSocket *client, const QByteArray &line)
     const auto follow = words.constFind(line.simplified());
     if (follow == words.constEnd())
         return m_target.run(line);
-    m_clients[client] = *follow;
+    setFollowing(client, *follow);
     return "ok";
+}
+
+void controlServer::setFollowing(QLocalSocket *client, following what)
+{
+    following &before = m_clients[client];
+    m_log.transferReaders += int(what == following::everything) - int(before == following::everything);
+    before = what;
 }
 
 void controlServer::pass(const QByteArray &line, bool isTransfer)

@@ -27,11 +27,13 @@ private:
     void accept();
     void read(QLocalSocket *client);
     QByteArray answer(QLocalSocket *client, const QByteArray &line);
+    void setFollowing(QLocalSocket *client, following what);
     void pass(const QByteArray &line, bool isTransfer);
 
     commands &m_target;
+    eventLog &m_log;
+    QHash<QLocalSocket *, following> m_clients; // outlives the server, whose end disconnects them
     QLocalServer m_server;
-    QHash<QLocalSocket *, following> m_clients;
 };
 
 #endif

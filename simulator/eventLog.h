@@ -18,7 +18,10 @@ public:
     bool open(const QString &path);
     double seconds() const { return double(m_clock.nsecsElapsed()) / 1e9; }
 
-    /// A transfer on a bus: many a second.
+    /// Whether anybody looks at transfers; there are thousands a second, and each text costs time.
+    bool wantsTransfers() const { return m_file.isOpen() || transferReaders > 0; }
+    int transferReaders = 0; ///< listeners that want transfers
+
     void transfer(const QByteArray &text) { add(text, true); }
     /// A change that somebody may wait for: a relay, a pin, a command.
     void event(const QByteArray &text) { add(text, false); }

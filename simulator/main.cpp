@@ -6,6 +6,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QLocalSocket>
 #include <QSocketNotifier>
 
 #include <csignal>
@@ -22,6 +23,8 @@ struct options {
     QString log;
     double speed = 1.0;
     bool narrates = false;
+    QString askAt;
+    QStringList words;
 };
 
 int refuse(const QString &why)
@@ -50,12 +53,18 @@ options readOptions(const QCoreApplication &app)
             QStringLiteral("FILE")},
         {QStringLiteral("speed"), QStringLiteral("How much faster than the clock the house changes."),
             QStringLiteral("FACTOR"), QStringLiteral("1")},
+        {QStringLiteral("ask"),
+            QStringLiteral(
+                "Send the words that follow as one command to a running simulator's or puppet's socket, "
+                "print the answer and end."),
+            QStringLiteral("SOCKET")},
         {QStringLiteral("narrate"), QStringLiteral("Say in plain words what happens.")},
     });
     parser.process(app);
     return {parser.value(QStringLiteral("dir")), parser.value(QStringLiteral("script")),
         parser.value(QStringLiteral("log")), parser.value(QStringLiteral("speed")).toDouble(),
-        parser.isSet(QStringLiteral("narrate"))};
+        parser.isSet(QStringLiteral("narrate")), parser.value(QStringLiteral("ask")),
+        parser.positionalArguments()};
 }
 
 /// Ends the program's loop on Ctrl-C and on TERM.
@@ -69,6 +78,23 @@ void quitOnSignals(QCoreApplication &app)
     const int fd = signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK);
     auto *notifier = new QSocketNotifier(fd, QSocketNotifier::Read, &app);
     QObject::connect(notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+}
+
+int ask(const options &o)
+{
+    constexpr int timeoutMs = 5000;
+    QLocalSocket socket;
+    socket.connectToServer(o.askAt);
+    if (!socket.waitForConnected(timeoutMs))
+        return refuse(socket.errorString());
+    socket.write(o.words.join(' ').toUtf8() + '\n');
+    while (!socket.canReadLine()) {
+        if (!socket.waitForReadyRead(timeoutMs))
+            return refuse(socket.errorString());
+    }
+    const QByteArray answer = socket.readAll();
+    std::fputs(answer.constData(), stdout);
+    return answer.startsWith("error") ? 1 : 0;
 }
 
 int run(QCoreApplication &app, const options &o)
@@ -108,6 +134,8 @@ int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     const options o = readOptions(app);
+    if (!o.askAt.isEmpty())
+        return ask(o);
     quitOnSignals(app);
     return run(app, o);
 }

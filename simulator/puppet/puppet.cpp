@@ -128,7 +128,7 @@ QByteArray dump(const QWidget *in)
 
 QByteArray answer(const QByteArray &line)
 {
-    const QByteArray word = line.left(line.indexOf(' '));
+    const QByteArray word = line.split(' ').first();
     const QString text = QString::fromUtf8(line.mid(word.size() + 1));
     QWidget *w = shown();
     if (!w)

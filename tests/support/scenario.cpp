@@ -82,7 +82,8 @@ scenario::~scenario()
         m_controller.waitForFinished(endTimeoutMs);
     }
     m_devices.terminate();
-    m_devices.waitForFinished(endTimeoutMs);
+    if (!m_devices.waitForFinished(endTimeoutMs) || m_devices.exitCode() != 0)
+        QTest::qFail("the simulator did not end well", __FILE__, __LINE__);
     if (QTest::currentTestFailed())
         std::printf("--- the controller printed:\n%s---\n", log().constData());
 }
@@ -152,7 +153,7 @@ void scenario::setWallClock(const QDateTime &instant)
 bool scenario::startDevices()
 {
     m_devices.setProcessEnvironment(m_environment);
-    m_devices.start(binaries + QStringLiteral("/calorix-sim"), {});
+    m_devices.start(binaries + QStringLiteral("/calorix-sim"), QStringList());
     if (!m_devices.waitForStarted()
         || !m_simulator.connectTo(path(QStringLiteral("machine/control.sock")), startTimeoutMs))
         return false;
@@ -174,6 +175,10 @@ QProcessEnvironment scenario::controllerEnvironment() const
         sources + QStringLiteral("/simulator/standins:") + e.value(QStringLiteral("PATH")));
     e.insert(QStringLiteral("ASAN_OPTIONS"),
         QStringLiteral("verify_asan_link_order=0:detect_leaks=1:") + e.value(QStringLiteral("ASAN_OPTIONS")));
+    e.insert(QStringLiteral("LSAN_OPTIONS"),
+        QStringLiteral("suppressions=%1/cmake/lsan.supp:print_suppressions=0").arg(sources));
+    e.insert(QStringLiteral("TSAN_OPTIONS"),
+        QStringLiteral("suppressions=%1/cmake/tsan.supp history_size=7 exitcode=66").arg(sources));
     return e;
 }
 

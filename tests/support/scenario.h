@@ -13,10 +13,10 @@
 
 /// How often the parts of the example installation act, in ms.
 struct installationPace {
-    int boards = 20;
-    int logic = 20;
-    int startup = 300;
-    int shutdown = 600;
+    int boards = 50;
+    int logic = 50;
+    int startup = 1000;
+    int shutdown = 1500;
     int sensors = 200;
 };
 
