@@ -112,6 +112,10 @@ int run(QCoreApplication &app, const options &o)
     script timed(language);
     if (!o.script.isEmpty() && !timed.load(o.script, &why))
         return refuse(why);
+    QObject::connect(&timed, &script::failed, [](const QByteArray &line, const QByteArray &answer) {
+        std::fprintf(stderr, "calorix-sim: %s: %s\n", line.constData(), answer.constData());
+    });
+    timed.start();
     std::unique_ptr<narrator> speaker;
     if (o.narrates)
         speaker = std::make_unique<narrator>(devices);
@@ -122,10 +126,6 @@ int run(QCoreApplication &app, const options &o)
         return refuse(control.errorString());
     QObject::connect(
         &language, &commands::quitRequested, &app, &QCoreApplication::quit, Qt::QueuedConnection);
-    QObject::connect(&timed, &script::failed, [](const QByteArray &line, const QByteArray &answer) {
-        std::fprintf(stderr, "calorix-sim: %s: %s\n", line.constData(), answer.constData());
-    });
-    timed.start();
     return QCoreApplication::exec();
 }
 }

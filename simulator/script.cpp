@@ -61,6 +61,9 @@ void script::start()
 {
     m_next = 0;
     m_reachedMs = 0;
+    // What is due at once is done before anybody looks.
+    while (m_next < m_entries.size() && m_entries[m_next].atMs == 0)
+        runDue();
     scheduleNext();
 }
 
@@ -72,14 +75,20 @@ void script::scheduleNext()
 
 void script::runNext()
 {
-    const entry &e = m_entries[m_next++];
-    m_reachedMs = e.atMs;
+    const entry &e = m_entries[m_next];
     if (e.command == againWord && e.atMs > 0) {
         start();
         return;
     }
+    runDue();
+    scheduleNext();
+}
+
+void script::runDue()
+{
+    const entry &e = m_entries[m_next++];
+    m_reachedMs = e.atMs;
     const QByteArray answer = m_target.run(e.command);
     if (answer.startsWith("error"))
         emit failed(e.command, answer);
-    scheduleNext();
 }

@@ -19,6 +19,7 @@ public:
 
     /// False, with the place and the reason, when a line cannot be understood; nothing is run then.
     bool load(const QString &path, QString *why);
+    /// Runs what is due at 0 at once, the rest in its time.
     void start();
 
 signals:
@@ -34,6 +35,7 @@ private:
     bool read(QByteArray line, QByteArray *wrong);
     void scheduleNext();
     void runNext();
+    void runDue();
 
     commands &m_target;
     QList<entry> m_entries;
