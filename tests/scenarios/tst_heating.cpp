@@ -8,9 +8,11 @@ namespace {
 /// spreads.
 constexpr double share = 0.6;
 
+constexpr int shortestJudgedMs = 500;
+
 double least(int ms)
 {
-    return ms / 1000.0 * share;
+    return ms < shortestJudgedMs ? 0.0 : ms / 1000.0 * share;
 }
 
 /// The time of the latest change of a relay to \a on; -1 when there is none.
@@ -33,7 +35,7 @@ int count(const QList<scenario::relayChange> &changes, const QByteArray &relay, 
 }
 
 /// The first breach of what must hold whatever happens: no boiler without the pump, and the pump's lead and
-/// run-on in full. Empty when there is none.
+/// run-on. Empty when there is none.
 QByteArray breach(const QList<scenario::relayChange> &changes, const installationPace &pace)
 {
     double pumpOn = -1.0;
