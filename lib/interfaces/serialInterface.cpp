@@ -16,12 +16,6 @@ struct word {
     T value;
 };
 
-constexpr word<QSerialPort::DataBits> dataBitsWords[] = {
-    {"5", QSerialPort::Data5},
-    {"6", QSerialPort::Data6},
-    {"7", QSerialPort::Data7},
-    {"8", QSerialPort::Data8},
-};
 constexpr word<QSerialPort::Parity> parityWords[] = {
     {"n", QSerialPort::NoParity},
     {"none", QSerialPort::NoParity},
@@ -138,12 +132,17 @@ void serialInterface::configureInterfacePrivate(const QDomElement &element)
         m_speed = key.text().toInt();
         m_port->setBaudRate(m_speed);
     };
+    const auto setDataBits = [this](const QDomElement &key) {
+        const int bits = key.text().toInt();
+        if (bits >= QSerialPort::Data5 && bits <= QSerialPort::Data8)
+            m_port->setDataBits(QSerialPort::DataBits(bits));
+    };
     QSerialPort &port = *m_port;
     readKeys(element,
         {
             {"device", setDevice},
             {"baud", setBaud},
-            {"databits", setByWord(port, dataBitsWords, &QSerialPort::setDataBits)},
+            {"databits", setDataBits},
             {"parity", setByWord(port, parityWords, &QSerialPort::setParity)},
             {"stopbits", setByWord(port, stopBitsWords, &QSerialPort::setStopBits)},
             {"flow", setByWord(port, flowWords, &QSerialPort::setFlowControl)},

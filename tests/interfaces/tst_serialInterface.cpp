@@ -101,6 +101,7 @@ private slots:
         row("", {8, 0, 1, 0});
         for (int bits = 5; bits <= 8; ++bits)
             row("<databits>" + QByteArray::number(bits) + "</databits>", {bits, 0, 1, 0});
+        row("<databits> 7 </databits>", {7, 0, 1, 0}); // a number, not a word
         row("<databits>9</databits>", {8, 0, 1, 0});
         const QList<QPair<const char *, int>> parities{{"n", 0}, {"NONE", 0}, {"e", 2}, {"EVEN", 2}, {"o", 3},
             {"odd", 3}, {"s", 4}, {"space", 4}, {"m", 5}, {"mark", 5}, {"x", 0}};
