@@ -69,7 +69,7 @@ bool tcpInterface::connectToServer()
         createSocket();
     if (skt->state() != QAbstractSocket::UnconnectedState)
         return true;
-    debug->log(QStringLiteral("Attempting to connect to %1:%2").arg(IP).arg(port));
+    debug->log(QStringLiteral("Attempting to connect to %1:%2").arg(IP, QString::number(port)));
     skt->connectToHost(IP, quint16(port), QIODevice::ReadWrite, QAbstractSocket::AnyIPProtocol);
     if (!skt->waitForConnected(connectTimeout)) {
         debug->log(QStringLiteral("Failed to connect"));

@@ -90,6 +90,14 @@ private slots:
         QCOMPARE(seen.count(), 0);
     }
 
+    void namesAnAddressWithAZone()
+    {
+        const QByteArray port = QByteArray::number(freePort());
+        testedInterface tested("<mode>client</mode><ip>::1%1</ip><port>" + port + "</port>");
+        tested.open(QIODevice::ReadWrite);
+        QCOMPARE(tested.log.texts().value(1), QString("Attempting to connect to ::1%1:" + port));
+    }
+
     void refusesToOpenWithoutAClientMode_data()
     {
         QTest::addColumn<QByteArray>("keys");
