@@ -65,8 +65,10 @@ void instrument::configure(const QDomElement &block)
 void instrument::useInterface(const QString &name)
 {
     iface = getInterface(name);
-    if (iface)
-        attach(iface);
+    if (!iface)
+        return;
+    iface->power->setDataStore(CDS);
+    attach(iface);
 }
 
 void instrument::configurePower(const QDomElement &element)
@@ -80,7 +82,6 @@ void instrument::attach(interface *used)
     if (m_attached.contains(used))
         return;
     m_attached.append(used);
-    used->power->setDataStore(CDS);
     used->attachSignals(this);
     debug->addChild(used->debug.get());
 }
@@ -150,7 +151,7 @@ void instrument::decoderResult(const QString &key, const QVariant &value)
 void instrument::startInterfacePower(interface *used)
 {
     attach(used);
-    used->startPower();
+    used->startPower(CDS);
 }
 
 void instrument::checkComms()

@@ -55,10 +55,12 @@ void interface::attachSignals(QObject *owner)
     connect(this, QMetaMethod::fromSignal(&interface::resultAvailable), owner, result);
 }
 
-void interface::startPower()
+void interface::startPower(datastore *store)
 {
-    if (power->hasPin() && !m_powerStarted.exchange(true))
-        power->start();
+    if (!power->hasPin() || m_powerStarted.exchange(true))
+        return;
+    power->setDataStore(store);
+    power->start();
 }
 
 void interface::configure(const QDomElement &element)

@@ -13,6 +13,7 @@
 #include <memory>
 
 class QTimer;
+class datastore;
 class debugComponent;
 class powerControl;
 
@@ -45,9 +46,10 @@ public:
     /// Leads the results of the interface and of its power controller to the slot
     /// decoderResult(QString, QVariant) of \a owner.
     void attachSignals(QObject *owner);
-    /// Starts the power controller on the calling thread, if the configuration gave it a pin; only the first
-    /// call does. The using instrument calls it at its start, before it opens or grabs the interface.
-    void startPower();
+    /// Starts the power controller on the calling thread, with the rules over \a store, if the configuration
+    /// gave it a pin. Only the first call does: a second instrument must not touch a controller that runs on
+    /// another's thread. Instruments call it at their start, before they open or grab the interface.
+    void startPower(datastore *store);
     /// Reads the keys that all interfaces have, then those of the class.
     void configure(const QDomElement &element);
     /// Counts a failed write; past the limit the device is closed and opened again later.

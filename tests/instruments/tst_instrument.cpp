@@ -5,6 +5,7 @@
 #include "lib/instruments/visibilityFlag.h"
 #include "lib/interfaces/interface.h"
 #include "lib/protocols/protocol.h"
+#include "lib/support/powerControl.h"
 #include "lib/types/datastore.h"
 #include "tests/support/expire.h"
 #include "tests/support/fakeHost.h"
@@ -13,6 +14,7 @@
 #include "tests/support/logSink.h"
 
 #include <QSignalSpy>
+#include <QThread>
 #include <QTimer>
 #include <QtTest>
 
@@ -211,6 +213,33 @@ private slots:
             QCOMPARE(f.published(), QString("ppower=true"));
             QCOMPARE(f.host.hostSystem::read("/sys/class/gpio/gpio4/value").value(), QByteArray("1\n"));
         }
+    }
+
+    void leavesASharedSupplyToTheThreadThatStartedIt()
+    {
+        qRegisterMetaType<datastoreElementType>(); // as main() does
+        fixture f;
+        f.line.configure(xml("<interface><power><pin>4</pin><off><rule><expression>level &gt; 3</expression>"
+                             "</rule></off></power></interface>"));
+        probe second{&f.store, &f.ifaces, nullptr};
+        QThread thread;
+        QObject worker;
+        worker.moveToThread(&thread);
+        thread.start();
+        QMetaObject::invokeMethod(
+            &worker, [&f] { f.device.startInterfacePower(&f.line); }, Qt::BlockingQueuedConnection);
+        second.startInterfacePower(&f.line);
+        QThread *switchedOffOn = nullptr;
+        connect(
+            f.line.power.get(), &powerControl::powerIsOff, this,
+            [&] {
+                switchedOffOn = QThread::currentThread();
+                thread.quit();
+            },
+            Qt::DirectConnection);
+        f.store.store("level", 4);
+        QVERIFY(thread.wait(5000));
+        QCOMPARE(switchedOffOn, &thread);
     }
 
     void storesDirectlyWhenToldTo()

@@ -199,11 +199,11 @@ private slots:
     void startsThePowerControllerOnceAndOnlyWithAPin()
     {
         stubInterface without("<power><on><mode>1</mode></on></power>");
-        without.startPower();
+        without.startPower(nullptr);
         QCOMPARE(without.log.texts(), QStringList());
         stubInterface with("<power><pin>4</pin></power>");
-        with.startPower();
-        with.startPower();
+        with.startPower(nullptr);
+        with.startPower(nullptr);
         QCOMPARE(with.results.take(), QStringList{"power=true"});
         QCOMPARE(with.log.texts().count("Power system started"), 1);
     }
