@@ -71,15 +71,15 @@ void flashLED::on()
 {
     if (m_durn != 0)
         m_flashTimer->start();
-    show(m_on, true);
+    become(m_on, true);
 }
 
 void flashLED::off()
 {
-    show(m_off, false);
+    become(m_off, false);
 }
 
-void flashLED::show(const QColor &colour, bool lit)
+void flashLED::become(const QColor &colour, bool lit)
 {
     currCol = colour;
     state = lit;

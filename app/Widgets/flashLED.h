@@ -27,7 +27,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    void show(const QColor &colour, bool lit);
+    void become(const QColor &colour, bool lit);
 
     QColor m_on;
     QColor m_off;

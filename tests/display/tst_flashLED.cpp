@@ -100,6 +100,7 @@ private slots:
         flashLED lamp(30, lit, dark);
         QCOMPARE(lamp.size(), QSize(30, 30));
         QVERIFY(alike(bodyOf(lamp), darkBody));
+        lamp.show(); // as any widget
         lamp.set(true);
         QVERIFY(!lamp.findChild<QTimer *>()->isActive());
         QVERIFY(alike(bodyOf(lamp), litBody));
