@@ -122,14 +122,15 @@ mainWindow::mainWindow(datastore *store, timer *water, timer *heat, QMainWindow 
     , clockTimer(new QTimer(this))
     , tabs(new QTabWidget)
     , shutdownBtn(new QPushButton(tr("Shutdown")))
-    , control(new controlPage(store, water, heat))
-    , service(new servicePage(store))
 {
     setWindowTitle(QStringLiteral("Calorix"));
     connect(m_cds, &datastore::dataUpdated, this, &mainWindow::updateData);
     createClock();
     statusLabel->setAlignment(Qt::AlignCenter);
     statusLabel->setFixedWidth(statusWidth);
+    // The pages come last: the control page stores a value, and the panel shows every one.
+    control = new controlPage(m_cds, m_waterTimer, m_heatTimer);
+    service = new servicePage(m_cds);
     tabs->addTab(control, tr("Control"));
     tabs->addTab(service, tr("Service"));
     createShutdownButton();

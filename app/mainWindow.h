@@ -78,8 +78,8 @@ private:
     QTimer *clockTimer;
     QTabWidget *tabs;
     QPushButton *shutdownBtn;
-    controlPage *control;
-    servicePage *service;
+    controlPage *control = nullptr;
+    servicePage *service = nullptr;
 };
 
 #endif
