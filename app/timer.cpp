@@ -47,8 +47,8 @@ void timer::takeSample()
 
 void timer::boost()
 {
+    const std::lock_guard lock(m_lock); // before the clock is read, see isOn()
     const QTime now = localTime().time();
-    const std::lock_guard lock(m_lock);
     m_boost.startHour = quint8(now.hour());
     m_boost.startMinute = quint8(now.minute());
     m_boost.duration += boostStep;
@@ -58,8 +58,10 @@ void timer::boost()
 
 bool timer::isOn()
 {
-    const QDateTime now = localTime();
+    // Before the clock is read: a boost pressed in between would seem to begin later than now, and be
+    // cleared.
     const std::lock_guard lock(m_lock);
+    const QDateTime now = localTime();
     if (m_boost.isOn(now))
         return true;
     m_boost.duration = 0;
