@@ -11,6 +11,11 @@ namespace {
 class medianReporter : public benchmark::ConsoleReporter
 {
 public:
+    medianReporter()
+        : ConsoleReporter(OO_None)
+    {
+    }
+
     void ReportRuns(const std::vector<Run> &runs) override
     {
         std::vector<Run> medians;
