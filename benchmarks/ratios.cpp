@@ -2,12 +2,14 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string>
 
 namespace {
-/// Shows the medians and keeps them by the benchmark's name.
+/// Shows the medians, and keeps the shortest time of each benchmark: what disturbs a repetition, another
+/// program or a slower clock, only ever makes it longer.
 class medianReporter : public benchmark::ConsoleReporter
 {
 public:
@@ -20,25 +22,31 @@ public:
     {
         std::vector<Run> medians;
         for (const Run &run : runs) {
-            if (run.run_type != Run::RT_Aggregate || run.aggregate_name != "median")
-                continue;
-            m_medians[run.run_name.function_name + (run.run_name.args.empty() ? "" : "/" + run.run_name.args)]
-                = run.GetAdjustedCPUTime();
-            medians.push_back(run);
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
+                keep(run.run_name.function_name + (run.run_name.args.empty() ? "" : "/" + run.run_name.args),
+                    run.GetAdjustedCPUTime());
+            else if (run.aggregate_name == "median")
+                medians.push_back(run);
         }
         if (!medians.empty())
             ConsoleReporter::ReportRuns(medians);
     }
 
     /// In ns; 0 if it has not run.
-    double median(const char *name) const
+    double shortest(const char *name) const
     {
-        const auto found = m_medians.find(name);
-        return found == m_medians.end() ? 0.0 : found->second;
+        const auto found = m_shortest.find(name);
+        return found == m_shortest.end() ? 0.0 : found->second;
     }
 
 private:
-    std::map<std::string, double> m_medians; // CPU time, ns
+    void keep(const std::string &name, double time)
+    {
+        const auto known = m_shortest.emplace(name, time).first;
+        known->second = std::min(known->second, time);
+    }
+
+    std::map<std::string, double> m_shortest; // CPU time, ns
 };
 }
 
@@ -62,8 +70,8 @@ int runBenchmarks(int argc, char **argv, const std::vector<ratio> &rows)
     benchmark::RunSpecifiedBenchmarks(&reporter);
     int missing = 0;
     for (const ratio &row : rows) {
-        const double work = reporter.median(row.work);
-        const double floor = row.floor ? reporter.median(row.floor) : row.budgetNs;
+        const double work = reporter.shortest(row.work);
+        const double floor = row.floor ? reporter.shortest(row.floor) : row.budgetNs;
         if (work > 0.0 && floor > 0.0)
             printRatio(row.name, work / floor);
         else

@@ -12,8 +12,8 @@ struct ratio {
 };
 
 /// The main() of a benchmark program: runs every registered benchmark, repeated and in random order so that
-/// both sides of a ratio see the same machine, and prints a line "RATIO name value" per row, from the medians
-/// of the processor times. 0 unless a benchmark of a row has not run.
+/// both sides of a ratio see the same machine, and prints a line "RATIO name value" per row, from the
+/// shortest processor times of the repetitions. 0 unless a benchmark of a row has not run.
 int runBenchmarks(int argc, char **argv, const std::vector<ratio> &rows);
 
 /// Prints one "RATIO name value" line.
