@@ -47,9 +47,7 @@ void tcpSampler::start()
     if (connect(sampleTimer, &QTimer::timeout, this, &tcpSampler::takeSample))
         debug->log(QStringLiteral("New timer connection created successfully"));
     listen();
-    if (mode == push)
-        connect(store, &datastore::dataUpdated, this, &tcpSampler::pushData);
-    else
+    if (mode == timer)
         sampleTimer->start();
 }
 
@@ -85,6 +83,9 @@ void tcpSampler::incomingConnection()
     if (!client)
         return;
     tcpClient.append(client);
+    // Only while somebody listens: without clients, no update of the store wakes this thread.
+    if (mode == push)
+        connect(store, &datastore::dataUpdated, this, &tcpSampler::pushData, Qt::UniqueConnection);
     connect(client, &QTcpSocket::disconnected, this, [this, client] { forget(client); });
     connect(client, &QTcpSocket::readyRead, client, [client] { client->skip(client->bytesAvailable()); });
     // A peer that vanished without a word is found out even when there is nothing to send.
@@ -96,6 +97,8 @@ void tcpSampler::incomingConnection()
 void tcpSampler::forget(QTcpSocket *client)
 {
     tcpClient.removeOne(client);
+    if (tcpClient.isEmpty())
+        disconnect(store, &datastore::dataUpdated, this, &tcpSampler::pushData);
     client->deleteLater();
 }
 
