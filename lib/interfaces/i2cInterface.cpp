@@ -20,7 +20,7 @@ i2cInterface::i2cInterface(const hostSystem &host)
     debug->configure(QStringLiteral("I2C Interface"), componentType, componentLevel);
 }
 
-void i2cInterface::configureInterface(QDomElement element)
+void i2cInterface::configureInterface(const QDomElement &element)
 {
     readKeys(element, {{"device", into(device)}});
 }

@@ -16,7 +16,7 @@ public:
     explicit i2cInterface(const hostSystem &host = hostSystem::real());
 
     /// Reads the key "device", the path of the bus, e.g. /dev/i2c-1.
-    void configureInterface(QDomElement element) override;
+    void configureInterface(const QDomElement &element) override;
 
     /// Takes the bus: ten attempts, 100 ms apart.
     bool grabBus();

@@ -88,7 +88,7 @@ void interface::incrementFailCount()
     reconnectTimer->start();
 }
 
-void interface::configureInterface(QDomElement)
+void interface::configureInterface(const QDomElement &)
 {
 }
 

@@ -55,7 +55,7 @@ public:
     /// Counts a failed write; past the limit the device is closed and opened again later.
     void incrementFailCount();
 
-    virtual void configureInterface(QDomElement element);
+    virtual void configureInterface(const QDomElement &element);
     /// Native handle, -1 if there is none.
     virtual int handle();
     virtual bool canReturnHandle();

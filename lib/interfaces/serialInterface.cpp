@@ -66,7 +66,7 @@ serialInterface::serialInterface(const hostSystem &host)
 
 serialInterface::~serialInterface() = default;
 
-void serialInterface::configureInterface(QDomElement element)
+void serialInterface::configureInterface(const QDomElement &element)
 {
     configXML = element;
 }

@@ -18,7 +18,7 @@ public:
 
     /// Keeps the element for the first open. Keys: device, baud, databits, parity, stopbits, flow; what is
     /// missing or unknown leaves the port's default.
-    void configureInterface(QDomElement element) override;
+    void configureInterface(const QDomElement &element) override;
     int handle() override;
     bool canReturnHandle() override;
     bool open(QIODevice::OpenMode mode) override;

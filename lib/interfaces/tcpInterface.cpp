@@ -22,7 +22,7 @@ tcpInterface::tcpInterface(const hostSystem &host)
 
 tcpInterface::~tcpInterface() = default;
 
-void tcpInterface::configureInterface(QDomElement element)
+void tcpInterface::configureInterface(const QDomElement &element)
 {
     // Kept: connectTimeout and reconnectTimeout have capitals and so never matched a lower-cased tag; both
     // delays are 5 s whatever the file says.

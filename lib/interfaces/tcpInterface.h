@@ -21,7 +21,7 @@ public:
     ~tcpInterface() override;
 
     /// Keys: mode ("client" or "server", which is not provided), ip, port.
-    void configureInterface(QDomElement element) override;
+    void configureInterface(const QDomElement &element) override;
     int handle() override;
     bool canReturnHandle() override;
     /// True when connected, and at once while the socket is in any other state than unconnected.

@@ -69,7 +69,8 @@ signals:
 private:
     struct entry {
         datastoreElementType data;
-        const entry *firstOfFold; // first stored entry whose key differs from this one's in case at most
+        // First stored entry whose key differs from this one's in case at most.
+        const entry *firstOfFold = nullptr;
     };
 
     entry *find(const QString &key) const;

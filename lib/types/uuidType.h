@@ -31,7 +31,7 @@ public:
     bool isValid() const { return validFlag; }
 
 private:
-    uuid_t my_uuid;
+    uuid_t my_uuid = {};
     bool validFlag = false;
 };
 
