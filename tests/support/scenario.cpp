@@ -141,10 +141,10 @@ void scenario::setTimers(bool heating, bool water) const
 
 void scenario::setWallClock(const QDateTime &instant)
 {
-    // Counted in seconds since 1970, an hour that a clock change repeats is no riddle.
-    const qint64 sinceStart = m_started.isValid() ? m_started.elapsed() / 1000 : 0;
-    write(QStringLiteral("clock"), '@' + QByteArray::number(instant.toSecsSinceEpoch() - sinceStart) + '\n');
-    m_environment.insert(QStringLiteral("FAKETIME_FMT"), QStringLiteral("%s"));
+    // An offset in seconds: an hour that a clock change repeats is no riddle, and the clock goes on by
+    // itself.
+    const qint64 ahead = instant.toSecsSinceEpoch() - QDateTime::currentSecsSinceEpoch();
+    write(QStringLiteral("clock"), (ahead < 0 ? "" : "+") + QByteArray::number(ahead) + '\n');
     m_environment.insert(QStringLiteral("FAKETIME_TIMESTAMP_FILE"), path(QStringLiteral("clock")));
     m_environment.insert(QStringLiteral("FAKETIME_NO_CACHE"), QStringLiteral("1"));
     m_environment.insert(QStringLiteral("FAKETIME_DONT_FAKE_MONOTONIC"), QStringLiteral("1"));
@@ -186,7 +186,6 @@ bool scenario::startController(const QStringList &arguments)
 {
     m_controller.setProcessEnvironment(controllerEnvironment());
     m_controller.setWorkingDirectory(m_folder.path());
-    m_started.start();
     m_controller.start(binaries + QStringLiteral("/calorix"),
         QStringList{QStringLiteral("-c"), path(QStringLiteral("config/"))} + arguments);
     return m_controller.waitForStarted()
@@ -248,12 +247,15 @@ QList<scenario::relayChange> scenario::relayChanges()
     return changes;
 }
 
-int scenario::leave()
+QByteArray scenario::leave()
 {
     puppet("close");
-    if (!m_controller.waitForFinished(endTimeoutMs) || m_controller.exitStatus() != QProcess::NormalExit)
-        return -1;
-    return m_controller.exitCode();
+    if (!m_controller.waitForFinished(endTimeoutMs))
+        return "does not end";
+    if (m_controller.exitStatus() != QProcess::NormalExit)
+        return "crashes\n" + complaints();
+    const QByteArray code = QByteArray::number(m_controller.exitCode());
+    return (code == "0" ? QByteArray() : "exit code " + code + '\n') + complaints();
 }
 
 QByteArray scenario::complaints()

@@ -5,7 +5,6 @@
 #include "tests/support/publishedValues.h"
 
 #include <QDateTime>
-#include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -75,15 +74,15 @@ public:
     const QList<QByteArray> &events() { return m_simulator.events(); }
     bool isRunning() const { return m_controller.state() == QProcess::Running; }
 
-    /// Closes the window and waits for the end; the exit code, or -1 for a crash or a hang.
-    int leave();
-    /// Lines in which Qt or a sanitizer complains; what a clean run does not have.
-    QByteArray complaints();
+    /// Closes the window and waits for the end. Empty after a clean run; else the exit code when it is not 0,
+    /// or the crash, and the lines in which Qt or a sanitizer complained.
+    QByteArray leave();
 
     publishedValues values;
 
 private:
     QProcessEnvironment controllerEnvironment() const;
+    QByteArray complaints();
 
     QTemporaryDir m_folder;
     QProcessEnvironment m_environment = QProcessEnvironment::systemEnvironment();
@@ -91,7 +90,6 @@ private:
     QProcess m_controller;
     lineLink m_simulator;
     lineLink m_puppet;
-    QElapsedTimer m_started;
     QByteArray m_log;
     quint16 m_port = 0;
 };
