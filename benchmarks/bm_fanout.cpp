@@ -89,6 +89,7 @@ private:
         if (withStalled)
             connectTo(port);
         std::vector<pollfd> open;
+        open.reserve(size_t(count));
         for (int i = 0; i < count; ++i)
             open.push_back({connectTo(port), POLLIN, 0});
         qint64 total = 0;
@@ -180,6 +181,7 @@ double viaSendLoop()
     fcntl(int(listener.socketDescriptor()), F_SETFL, 0);
     const readers peers(listener.serverPort(), clients, false);
     std::vector<int> sockets;
+    sockets.reserve(clients);
     for (int i = 0; i < clients; ++i)
         sockets.push_back(accept(int(listener.socketDescriptor()), nullptr, nullptr));
     double value = 0.0;

@@ -5,9 +5,9 @@
 
 /// What a limit is held against: the time of one benchmark divided by that of another, its floor.
 struct ratio {
-    const char *name; // as in limits.txt
-    const char *work;
-    const char *floor; // null: held against budgetNs
+    const char *name = nullptr; // as in limits.txt
+    const char *work = nullptr;
+    const char *floor = nullptr; // null: held against budgetNs
     double budgetNs = 0.0;
 };
 

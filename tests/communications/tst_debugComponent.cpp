@@ -181,6 +181,7 @@ private slots:
         debugComponent root;
         root.registerWithClient(&sink);
         std::vector<std::thread> workers;
+        workers.reserve(threads);
         for (int t = 0; t < threads; ++t) {
             workers.emplace_back([&root, t] {
                 debugComponent own;

@@ -185,6 +185,7 @@ private slots:
         QObject::connect(
             &store, &datastore::dataUpdated, &store, [&] { ++direct; }, Qt::DirectConnection);
         std::vector<std::thread> workers;
+        workers.reserve(threads);
         for (int t = 0; t < threads; ++t) {
             workers.emplace_back([&store, t] {
                 for (int i = 0; i < rounds; ++i) {
