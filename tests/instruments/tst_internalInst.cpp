@@ -59,23 +59,6 @@ class tst_internalInst : public QObject
 {
     Q_OBJECT
 private slots:
-    void samplesAtTheConfiguredPeriod_data()
-    {
-        QTest::addColumn<QByteArray>("children");
-        QTest::addColumn<int>("ms");
-        QTest::newRow("default") << QByteArray() << 1500;
-        QTest::newRow("configured") << QByteArray("<PERIOD>2500</PERIOD>") << 2500;
-        QTest::newRow("no number") << QByteArray("<period>often</period>") << 0;
-        QTest::newRow("negative") << QByteArray("<period>-5</period>") << 0;
-    }
-    void samplesAtTheConfiguredPeriod()
-    {
-        QFETCH(QByteArray, children);
-        fixture f(children);
-        QTEST(f.timer()->interval(), "ms");
-        QCOMPARE(f.spy.count(), 0); // no sample at the start
-    }
-
     void publishesWhatTheKernelSays_data()
     {
         QTest::addColumn<QByteArray>("sensors");
@@ -94,26 +77,14 @@ private slots:
         const QStringList badLoad{"Failed to read /proc/loadavg"};
         const QStringList badZone{QStringLiteral("Failed to read %1").arg(zone0File)};
 
-        row("no sensors", "", loadFile, "2.00\n", "");
-        row("load", cpu, loadFile, "2.00 0.50 0.25 1/200 999\n", "cpu=50");
         row("the same sensor twice", cpu + cpu, loadFile, "0.04 0", "cpu=1 cpu=1");
         row("load without a file", cpu, "/none", "", "", badLoad);
-        row("load without text", cpu, loadFile, "", "", badLoad);
-        row("types are case-sensitive", "<sensor type='CPU'/>" + cpu, loadFile, "4 0", "cpu=100");
-        row("prefix never matches", "<sensor type='cpu'><storagePrepend>65</storagePrepend></sensor>",
-            loadFile, "4 0", "cpu=100");
-        row("zone 0 under its usual name", zone, zone0File, "45678\n", "temperature=45.678");
         row("named zone", "<sensor type='temperature'><Zone name='board'>2</Zone></sensor>",
             "/sys/class/thermal/thermal_zone2/temp", " -1500 \nrest", "board=-1.5");
         row("zone without a file goes alone", zone + cpu, loadFile, "4 0", "cpu=100", badZone);
-        row("zone whose sensor sleeps", zone, zone0File, "", "", badZone);
         row("memory", mem, statusFile, statusWith(20, "VmRSS:\t    5120 kB\nThreads:\t9\n"), "procMem=5120");
-        row("memory in the hundredth line", mem, statusFile, statusWith(99, "VmRSS:\t5120 kB"),
-            "procMem=5120");
         row("memory too late", mem, statusFile, statusWith(100, "VmRSS:\t5120 kB"), "");
-        row("memory twice", mem, statusFile, "VmRSS: 1 kB\nVmRSS: 2 kB\n", "procMem=1 procMem=2");
         row("memory cut short", mem, statusFile, "VmRSS:", "", {"Failed to read /proc/self/status"});
-        row("memory without a file", mem, "/none", "", "", {"Failed to read /proc/self/status"});
     }
     void publishesWhatTheKernelSays()
     {
@@ -127,32 +98,16 @@ private slots:
         QTEST(f.sink.texts(), "logged");
     }
 
-    void publishesTheFreeShareOfEachFileSystem_data()
-    {
-        QTest::addColumn<QByteArray>("fileSystems");
-        QTest::addColumn<QString>("results");
-        QTest::addColumn<QStringList>("logged");
-        QTest::newRow("path is the name")
-            << QByteArray("<filesystem>/</filesystem>") << "/Free=25" << QStringList();
-        QTest::newRow("more blocks than an int holds")
-            << QByteArray("<filesystem name='big'>/big</filesystem>") << "big=50" << QStringList();
-        for (const char *silent : {"header", "short", "zero"}) {
-            QTest::newRow(silent)
-                << QByteArray("<filesystem>/X</filesystem><filesystem>/</filesystem>").replace("X", silent)
-                << "/Free=25" << QStringList{QString("df gave no figures for /%1").arg(silent)};
-        }
-        QTest::newRow("failure, then the next")
-            << QByteArray(
-                   "<filesystem>/gone</filesystem><filesystem>/header</filesystem><filesystem>/</filesystem>")
-            << "/Free=25" << QStringList{"df finished with code 3", "df gave no figures for /header"};
-    }
     void publishesTheFreeShareOfEachFileSystem()
     {
-        QFETCH(QByteArray, fileSystems);
-        fixture f("<sensor type='diskfree'>" + fileSystems + "</sensor>");
+        fixture f("<sensor type='diskfree'><filesystem>/gone</filesystem><filesystem>/header</filesystem>"
+                  "<filesystem>/short</filesystem><filesystem>/zero</filesystem>"
+                  "<filesystem name='big'>/big</filesystem><filesystem>/</filesystem></sensor>");
         expire(f.timer());
-        QTEST(f.results(), "results");
-        QTEST(f.sink.texts(), "logged");
+        QCOMPARE(f.results(), QString("big=50 /Free=25"));
+        QCOMPARE(f.sink.texts(),
+            (QStringList{"df finished with code 3", "df gave no figures for /header",
+                "df gave no figures for /short", "df gave no figures for /zero"}));
     }
 
     void killsADfThatHangsAndGoesOn()
@@ -162,26 +117,6 @@ private slots:
             xml("<sensor><filesystem>/hangs</filesystem><filesystem>/</filesystem></sensor>"), f.host, 300);
         QCOMPARE(disks.takeSample().resultName, QStringList{"/Free"});
         QCOMPARE(disks.debug->lastLog(), QString("df did not finish within 300 ms, killed"));
-    }
-
-    void saysThatDfIsMissing()
-    {
-        const QByteArray path = qgetenv("PATH");
-        fixture f("<sensor type='diskfree'><filesystem>/</filesystem></sensor>");
-        qputenv("PATH", "/nowhere");
-        expire(f.timer());
-        qputenv("PATH", path);
-        QCOMPARE(f.results(), QString());
-        QCOMPARE(f.sink.texts(), QStringList{"Failed to start df"});
-    }
-
-    void namesItsSensorsInTheLog()
-    {
-        fixture f("<sensor type='temperature'><zone name='board'>1</zone></sensor><sensor type='mem'/>");
-        QStringList names;
-        for (const debugComponent *child : f.inst.debug->childComponents())
-            names << child->name();
-        QCOMPARE(names, (QStringList{"Temperature - board", "Process Memory"}));
     }
 };
 
