@@ -66,18 +66,6 @@ private slots:
         QCOMPARE(f.results[1], (QVariantList{"heatTimerOn", true}));
     }
 
-    void startsWithoutAUsableFile()
-    {
-        fixture f("<timer/>");
-        f.programme.start();
-        QCOMPARE(f.sink.texts(),
-            (QStringList{QStringLiteral("Loading control file %1...").arg(f.host.path(ctlFile)),
-                "This is not a heating timer control file.",
-                "Timer started with following periods defined:"}));
-        expire(f.programme.findChild<QTimer *>());
-        QCOMPARE(f.results.value(0), (QVariantList{"heatTimerOn", false}));
-    }
-
     void boostGrowsByAnHourAndTheFourthPressCancels()
     {
         fixture f;
