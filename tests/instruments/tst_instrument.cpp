@@ -109,26 +109,14 @@ private slots:
         QCOMPARE(f.published(), QString("commsState=Closed commsState=Closed"));
     }
 
-    void switchesTheSupplyOfItsInterfaceOnce()
-    {
-        fixture f;
-        for (const char *file : {"export", "gpio4/direction", "gpio4/value"})
-            f.host.write(QString("/sys/class/gpio/%1").arg(file), "");
-        // The element counts wherever it stands.
-        f.device.configure(xml("<instrument><dataprepend>p</dataprepend><power><pin>4</pin></power>"
-                               "<interface>line</interface></instrument>"));
-        f.device.startInterfacePower(&f.line);
-        f.device.startInterfacePower(&f.line);
-        QCOMPARE(f.published(), QString("ppower=true"));
-        QCOMPARE(f.host.hostSystem::read("/sys/class/gpio/gpio4/value").value(), QByteArray("1\n"));
-    }
-
     void leavesASharedSupplyToTheThreadThatStartedIt()
     {
         qRegisterMetaType<datastoreElementType>(); // as main() does
         fixture f;
-        f.line.configure(xml("<interface><power><pin>4</pin><off><rule><expression>level &gt; 3</expression>"
-                             "</rule></off></power></interface>"));
+        // The element counts wherever it stands.
+        f.device.configure(
+            xml("<instrument><power><pin>4</pin><off><rule><expression>level &gt; 3</expression>"
+                "</rule></off></power><interface>line</interface></instrument>"));
         probe second{&f.store, &f.ifaces, nullptr};
         QThread thread;
         QObject worker;

@@ -74,11 +74,9 @@ private slots:
         const QByteArray cpu = "<sensor type='cpu'/>";
         const QByteArray zone = "<sensor type='temperature'/>";
         const QByteArray mem = "<sensor type='mem'/>";
-        const QStringList badLoad{"Failed to read /proc/loadavg"};
         const QStringList badZone{QStringLiteral("Failed to read %1").arg(zone0File)};
 
         row("the same sensor twice", cpu + cpu, loadFile, "0.04 0", "cpu=1 cpu=1");
-        row("load without a file", cpu, "/none", "", "", badLoad);
         row("named zone", "<sensor type='temperature'><Zone name='board'>2</Zone></sensor>",
             "/sys/class/thermal/thermal_zone2/temp", " -1500 \nrest", "board=-1.5");
         row("zone without a file goes alone", zone + cpu, loadFile, "4 0", "cpu=100", badZone);
