@@ -123,9 +123,10 @@ private slots:
     void publishesNothingForAFailedSample()
     {
         fixture f;
-        f.host.refuseOpens(1);
+        f.host.refuseOpens(1000);
         f.start();
         QCOMPARE(f.messages(), QStringList{noBus});
+        f.host.refuseOpens(0);
         QCOMPARE(f.sample(), QStringList()); // starts as soon as the bus is there
         QCOMPARE(f.messages(), (QStringList{bmeMessage, "Device initialised"}));
         f.host.refuseTransfers(1000);
