@@ -20,11 +20,11 @@
 #include <QApplication>
 #include <QDomDocument>
 
-#include <map>
 #include <vector>
 
 namespace {
-/// What a configuration file makes, without its threads.
+/// What a configuration file makes, without its threads. Every class of its kind reads an element, whatever
+/// type that names.
 struct installation {
     explicit installation(const fuzzHost &host)
         : m_host(host)
@@ -33,53 +33,38 @@ struct installation {
 
     void read(const QDomElement &element)
     {
-        const QString type = element.attribute(QStringLiteral("type")).toLower();
-        const auto made = m_makers.find(element.tagName().toLower() + QLatin1Char(' ') + type);
-        if (made != m_makers.end())
-            made->second(element);
-    }
-    /// Interfaces may stand behind the instruments that use them.
-    void configureInstruments()
-    {
-        for (const auto &[device, element] : m_instruments)
-            device->configureInstrument(element);
+        const QString kind = element.tagName().toLower();
+        if (kind == QLatin1String("interface"))
+            m_interfaces << make<i2cInterface>(element, m_host) << make<serialInterface>(element, m_host)
+                         << make<tcpInterface>(element, m_host);
+        if (kind == QLatin1String("sampler")) {
+            make<iotHttpPost>(element, &m_store);
+            make<tcpSampler>(element, &m_store);
+        }
+        if (kind == QLatin1String("instrument"))
+            readInstruments(element);
     }
 
 private:
-    void keep(std::unique_ptr<interface> made, const QDomElement &element)
+    template <class Device, class... Arguments>
+    Device *make(const QDomElement &element, Arguments &&...arguments)
     {
+        auto made = std::make_unique<Device>(std::forward<Arguments>(arguments)...);
         made->configure(element);
-        m_interfaces.append(made.get());
+        Device *const device = made.get();
         m_owned.push_back(std::move(made));
+        return device;
     }
-    void keep(std::unique_ptr<sampler> made, const QDomElement &element)
+    void readInstruments(const QDomElement &element)
     {
-        made->configure(element);
-        m_owned.push_back(std::move(made));
-    }
-    void keep(std::unique_ptr<instrument> made, const QDomElement &element)
-    {
-        made->configure(element);
-        m_instruments.emplace_back(made.get(), element);
-        m_owned.push_back(std::move(made));
-    }
-
-    using maker = std::function<void(const QDomElement &)>;
-    template <class Base, class Device, class... Arguments>
-    maker with(Arguments... arguments)
-    {
-        return [this, arguments...](const QDomElement &element) {
-            keep(std::unique_ptr<Base>(std::make_unique<Device>(arguments...)), element);
-        };
-    }
-    template <class Device>
-    maker device()
-    {
-        return [this](const QDomElement &element) {
-            keep(std::unique_ptr<instrument>(
-                     std::make_unique<Device>(&m_store, &m_interfaces, nullptr, m_host)),
-                element);
-        };
+        const QList<instrument *> devices{make<bme280>(element, &m_store, &m_interfaces, nullptr, m_host),
+            make<boilerSwitchBoard>(element, &m_store, &m_interfaces, nullptr, m_host),
+            make<ds18b20>(element, &m_store, &m_interfaces, nullptr, m_host),
+            make<internalInst>(element, &m_store, &m_interfaces, nullptr, m_host),
+            make<valve>(element, &m_store, &m_interfaces, nullptr),
+            make<controlLogic>(element, &m_store, &m_interfaces, &m_water, &m_heat, nullptr)};
+        for (instrument *device : devices)
+            device->configureInstrument(element);
     }
 
     const fuzzHost &m_host;
@@ -88,21 +73,6 @@ private:
     timer m_heat{&m_store, QStringLiteral("heatTimer"), QString(), nullptr, m_host};
     QList<interface *> m_interfaces;
     std::vector<std::unique_ptr<QObject>> m_owned;
-    std::vector<std::pair<instrument *, QDomElement>> m_instruments;
-    const std::map<QString, maker> m_makers{
-        {QStringLiteral("interface i2c"), with<interface, i2cInterface>(std::cref(m_host))},
-        {QStringLiteral("interface serial"), with<interface, serialInterface>(std::cref(m_host))},
-        {QStringLiteral("interface tcp"), with<interface, tcpInterface>(std::cref(m_host))},
-        {QStringLiteral("sampler thingsboardjson"), with<sampler, iotHttpPost>(&m_store)},
-        {QStringLiteral("sampler tcp"), with<sampler, tcpSampler>(&m_store)},
-        {QStringLiteral("instrument bme280"), device<bme280>()},
-        {QStringLiteral("instrument boilerswitchboard"), device<boilerSwitchBoard>()},
-        {QStringLiteral("instrument ds18b20"), device<ds18b20>()},
-        {QStringLiteral("instrument internal"), device<internalInst>()},
-        {QStringLiteral("instrument valve"), with<instrument, valve>(&m_store, &m_interfaces, nullptr)},
-        {QStringLiteral("instrument controllogic"),
-            with<instrument, controlLogic>(&m_store, &m_interfaces, &m_water, &m_heat, nullptr)},
-    };
 };
 }
 
@@ -128,6 +98,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     for (QDomElement e = document->documentElement().firstChildElement(); !e.isNull();
          e = e.nextSiblingElement())
         made.read(e);
-    made.configureInstruments();
     return 0;
 }

@@ -12,18 +12,11 @@ bool isAscii(const QString &text)
 
 bool hasByteForm(const QVariant &value)
 {
-    switch (value.userType()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Float:
-    case QMetaType::Double:
-        return true;
-    case QMetaType::QString:
+    constexpr int numbers[]
+        = {QMetaType::Bool, QMetaType::Int, QMetaType::UInt, QMetaType::Float, QMetaType::Double};
+    if (value.userType() == QMetaType::QString)
         return !value.toString().isEmpty() && isAscii(value.toString());
-    default:
-        return false;
-    }
+    return std::find(std::begin(numbers), std::end(numbers), value.userType()) != std::end(numbers);
 }
 
 void readElement(const QByteArray &message)

@@ -1,8 +1,8 @@
 // The byte stream of the native link, in reads of any size, down to the elements in it.
-#include "lib/interfaces/interface.h"
 #include "lib/parsers/nativeTransferParser.h"
 #include "lib/types/datastoreElementType.h"
 #include "tests/fuzz/fuzzHost.h"
+#include "tests/support/fakeInterface.h"
 
 #include <QtEndian>
 
@@ -10,26 +10,7 @@ namespace {
 constexpr int bufferLimit = 1024;
 constexpr int headerSize = 6;
 
-/// A link that hands out what the fuzzer gave it.
-class fuzzLink : public interface
-{
-public:
-    using interface::interface;
-
-    QByteArray readAll() override { return m_next; }
-    void receive(const QByteArray &bytes)
-    {
-        m_next = bytes;
-        emit readyRead();
-    }
-
-private:
-    QByteArray m_next;
-};
-
-class watchedParser : public nativeTransferParser
-{
-public:
+struct watchedParser : nativeTransferParser {
     using nativeTransferParser::nativeTransferParser;
     int waiting() const { return buffer.size(); }
 };
@@ -40,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0)
         return 0;
     const fuzzHost host(data, size);
-    fuzzLink link(host);
+    fakeInterface link(QStringLiteral("link"), host);
     watchedParser cutter(&link, nullptr);
     qint64 cut = 0;
     QObject::connect(&cutter, &parser::dataOut, &cutter, [&cut](const QByteArray &message) {
