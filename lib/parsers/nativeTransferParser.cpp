@@ -15,6 +15,8 @@ int findStart(const QByteArray &data, int from)
 {
     const char *const begin = data.constData();
     const char *const last = begin + data.size() - 1; // a pair cannot begin here
+    if (begin + from < last && begin[from] == startBytes[0] && begin[from + 1] == startBytes[1])
+        return from; // the usual case: message after message
     for (const char *at = begin + from; at < last; ++at) {
         at = static_cast<const char *>(std::memchr(at, startBytes[0], size_t(last - at)));
         if (!at)
@@ -62,7 +64,8 @@ std::optional<QByteArray> nativeTransferParser::cutMessage(int &from)
         from = start;
         if (buffer.size() - from < headerSize)
             return std::nullopt;
-        const qint32 length = qFromLittleEndian<qint32>(buffer.constData() + from + lengthOffset);
+        const char *const message = buffer.constData() + from;
+        const qint32 length = qFromLittleEndian<qint32>(message + lengthOffset);
         if (length < headerSize) {
             from += startSize; // no message is shorter than its header: noise that looks like a start
             continue;
