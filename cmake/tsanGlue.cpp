@@ -25,6 +25,16 @@ void QMetaObject::activate(QObject *sender, const QMetaObject *m, int index, voi
     real(sender, m, index, argv);
 }
 
+bool QMetaObject::invokeMethodImpl(
+    QObject *object, QtPrivate::QSlotObjectBase *slot, Qt::ConnectionType type, void *ret)
+{
+    static const auto real = next<bool (*)(
+        QObject *, QtPrivate::QSlotObjectBase *, Qt::ConnectionType, void *)>(
+        "_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
+    __tsan_release(object);
+    return real(object, slot, type, ret);
+}
+
 void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
 {
     static const auto real = next<void (*)(QMutex *)>("_ZN6QMutex4lockEv");
@@ -73,6 +83,7 @@ bool deliver(void **data)
     if (static_cast<QEvent *>(data[1])->type() == QEvent::MetaCall) {
         if (const QObject *sender = static_cast<QAbstractMetaCallEvent *>(data[1])->sender())
             __tsan_acquire(const_cast<QObject *>(sender));
+        __tsan_acquire(data[0]); // the receiver, of a call that was invoked
     }
     return false;
 }
