@@ -135,7 +135,7 @@ private slots:
         f.tick()->click();
         f.aSecondPasses();
         QCOMPARE(f.overridden(), QVariant(true));
-        f.host.advance(60 * 60 * 1000);
+        f.host.advance(qint64(60) * 60 * 1000);
         f.aSecondPasses();
         QVERIFY(!f.tick()->isChecked());
         QCOMPARE(f.overridden(), QVariant(false));
