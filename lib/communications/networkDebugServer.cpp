@@ -8,7 +8,8 @@
 #include <cstdio>
 
 namespace {
-constexpr qint64 unsentLimit = 8LL * 1024 * 1024; // bytes; a viewer that reads nothing must not eat the memory
+constexpr qint64 unsentLimit
+    = 8LL * 1024 * 1024; // bytes; a viewer that reads nothing must not eat the memory
 }
 
 networkDebugServer::networkDebugServer(QObject *parent)

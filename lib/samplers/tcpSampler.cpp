@@ -11,7 +11,7 @@ namespace {
 constexpr unsigned int componentType = 302;
 constexpr int inheritLevel = -1;
 constexpr int lastPort = 65535;
-constexpr int acceptRetryMs = 1000;             // Qt stops accepting for good when descriptors run out
+constexpr int acceptRetryMs = 1000;               // Qt stops accepting for good when descriptors run out
 constexpr qint64 unsentLimit = 8LL * 1024 * 1024; // bytes that may wait for one client
 }
 
