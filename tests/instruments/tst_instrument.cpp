@@ -15,6 +15,8 @@
 #include <QTimer>
 #include <QtTest>
 
+#include <future>
+
 namespace {
 /// Opens up what instruments inherit.
 class probe : public instrument
@@ -121,9 +123,13 @@ private slots:
         QThread thread;
         QObject worker;
         worker.moveToThread(&thread);
+        std::promise<void> started;
+        connect(&thread, &QThread::started, &worker, [&] {
+            f.device.startInterfacePower(&f.line);
+            started.set_value();
+        });
         thread.start();
-        QMetaObject::invokeMethod(
-            &worker, [&f] { f.device.startInterfacePower(&f.line); }, Qt::BlockingQueuedConnection);
+        started.get_future().wait();
         second.startInterfacePower(&f.line);
         QThread *switchedOffOn = nullptr;
         connect(
@@ -134,7 +140,7 @@ private slots:
             },
             Qt::DirectConnection);
         f.store.store("level", 4);
-        QVERIFY(thread.wait(5000));
+        QVERIFY(thread.wait(QDeadlineTimer(5000)));
         QCOMPARE(switchedOffOn, &thread);
     }
 };
