@@ -80,12 +80,12 @@ QByteArray commands::check(const QByteArray &line)
 
 QByteArray commands::run(const QByteArray &line)
 {
-    const QByteArray wrong = check(line);
+    QByteArray wrong = check(line);
     if (!wrong.isEmpty())
         return wrong;
     const QStringList words = split(line);
     m_target.log.event("command " + line.simplified());
-    const QByteArray answer = (this->*find(words[0])->act)(words.mid(1));
+    QByteArray answer = (this->*find(words[0])->act)(words.mid(1));
     m_target.wire();
     return answer;
 }

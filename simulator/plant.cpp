@@ -94,8 +94,11 @@ double plant::known(quantity q) const
 
 void plant::advance(double seconds, const supply &on)
 {
-    for (double left = seconds; left > 0.0; left -= longestStep)
+    double left = seconds;
+    while (left > 0.0) {
         step(std::min(left, longestStep), on);
+        left -= longestStep;
+    }
 }
 
 void plant::step(double seconds, const supply &on)

@@ -28,7 +28,8 @@ namespace {
 __attribute__((constructor)) void leaveChildrenAlone()
 {
     std::string kept;
-    std::string all = std::getenv("LD_PRELOAD") ? std::getenv("LD_PRELOAD") : "";
+    const char *const preloaded = std::getenv("LD_PRELOAD");
+    std::string all = preloaded ? preloaded : "";
     for (char *each = std::strtok(all.data(), ": "); each; each = std::strtok(nullptr, ": ")) {
         if (!std::strstr(each, "libpuppet"))
             kept += (kept.empty() ? "" : ":") + std::string(each);
