@@ -9,6 +9,7 @@
 
 #include <QApplication>
 #include <QCursor>
+#include <QScreen>
 
 #include <cstdio>
 #include <cstdlib>
@@ -72,6 +73,8 @@ bool readOptions(int argc, char **argv, debugComponent *system)
 void show(mainWindow *window, bool fullscreen)
 {
     if (fullscreen) {
+        // A bare X server has no window manager that would enlarge the window.
+        window->setGeometry(QGuiApplication::primaryScreen()->geometry());
         window->showFullScreen();
         return;
     }

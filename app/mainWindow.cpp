@@ -32,7 +32,7 @@ constexpr double kilobytesPerMegabyte = 1000.0;
 
 // On the window's black ground the widget style draws nearly black outlines, and no box to tick at all.
 const char controlStyle[] = R"(
-    QPushButton, QComboBox, QGroupBox, QTabWidget::pane, QTabBar::tab { border: 1px solid #808080; }
+    QPushButton, QComboBox, QGroupBox, QTabWidget::pane, QTabBar::tab, QMessageBox { border: 1px solid #808080; }
     QPushButton { border-radius: 4px; min-height: 24px; padding: 5px 10px; background-color: #202020; }
     QPushButton:pressed { background-color: #606060; }
     QPushButton:focus { border-color: #c0c0c0; }
@@ -223,8 +223,13 @@ QString mainWindow::statusText() const
 void mainWindow::shutdown()
 {
     print("Shutdown requested");
-    const auto answer = QMessageBox::critical(this, tr("Calorix System"),
-        tr("This will shut down the control system. Are you sure?"), QMessageBox::Yes | QMessageBox::No);
+    QMessageBox question(QMessageBox::Critical, tr("Calorix System"),
+        tr("This will shut down the control system. Are you sure?"), QMessageBox::Yes | QMessageBox::No,
+        this);
+    question.setStyleSheet(QString::fromLatin1(controlStyle));
+    for (QAbstractButton *each : question.buttons())
+        each->setStyleSheet(QString::fromLatin1(controlStyle)); // a message box does not hand its own on
+    const int answer = question.exec();
     if (answer == QMessageBox::Yes)
         powerOff();
     else if (answer == QMessageBox::No)
