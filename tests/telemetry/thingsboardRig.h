@@ -12,11 +12,12 @@
 class thingsboardRig
 {
 public:
-    explicit thingsboardRig(const QStringList &options = {})
+    /// \a at is the port, 0 for any free one.
+    explicit thingsboardRig(const QStringList &options = {}, int at = 0)
     {
         m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         m_server.start(QStringLiteral(CALORIX_BIN_DIR "/calorix-thingsboard"),
-            QStringList{QStringLiteral("0"), QStringLiteral("--bodies"), m_folder.filePath("bodies")}
+            QStringList{QString::number(at), QStringLiteral("--bodies"), m_folder.filePath("bodies")}
                 + options);
         if (!m_server.waitForReadyRead())
             qFatal("calorix-thingsboard does not start");
