@@ -53,7 +53,7 @@ netAction::~netAction()
     }
     leavePlace();
     if (m_fileIsThere)
-        ::unlink(QFile::encodeName(fileName()).constData());
+        QFile::remove(fileName());
 }
 
 QString netAction::fileName() const
@@ -171,6 +171,7 @@ void netAction::fileRemoved()
 {
     m_removeLimit.stop();
     m_fileIsThere = false;
+    QFile::remove(fileName()); // rm may be missing, or have been stopped; what is delivered must not stay
     m_completeOK = true;
     leavePlace();
     emit finished();

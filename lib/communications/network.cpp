@@ -3,6 +3,8 @@
 #include "lib/communications/debugComponent.h"
 #include "lib/communications/netAction.h"
 
+#include <QCoreApplication>
+
 namespace {
 constexpr unsigned int componentType = 20;
 constexpr int inheritLevel = -1;
@@ -41,7 +43,13 @@ network::~network()
         routeProcess.kill();
         routeProcess.waitForFinished();
     }
-    // While the places and the log are still there; those too that are only waiting to be deleted.
+    withdraw(); // while the places and the log are still there
+}
+
+/// Ends every upload and takes its file along; those too that are only waiting to be deleted.
+void network::withdraw()
+{
+    actionList.clear();
     qDeleteAll(findChildren<netAction *>());
 }
 
@@ -52,6 +60,8 @@ void network::threadStarted()
     repeat(checkTimer, checkIntervalMs, &network::checkNetworkAvailable);
     repeat(runActions, sendIntervalMs, &network::sendData);
     repeat(cleanActions, cleanIntervalMs, &network::cleanup);
+    // The queue is not kept over a restart, and the program may end without destroying it.
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this, &network::withdraw);
     sendImmediate = true;
 }
 

@@ -54,6 +54,7 @@ private:
     void repeat(QTimer &timer, int ms, void (network::*slot)());
     void setReachability(reachability found);
     int removeCompleted();
+    void withdraw();
     void announceRemaining();
 
     const hostSystem &m_host;
