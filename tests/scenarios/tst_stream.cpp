@@ -54,8 +54,7 @@ private slots:
         QVERIFY(run.waitForRelays("pump=1 boiler=1"));
         QVERIFY(viewer.shows(",card1Power2Demand,true,bool"));
         QCOMPARE(run.values.garbage(), 0);
-        QCOMPARE(run.leave(), 0);
-        QCOMPARE(run.complaints(), QByteArray());
+        QCOMPARE(run.leave(), QByteArray());
     }
 
     void badClientsDisturbNeitherViewersNorTheHeating()
@@ -80,8 +79,7 @@ private slots:
         QVERIFY(scenario::waitFor(
             [&] { return run.values.count(QStringLiteral("thermostatPower1Sense")) > before + 20; }));
         QCOMPARE(run.values.garbage(), 0);
-        QCOMPARE(run.leave(), 0);
-        QCOMPARE(run.complaints(), QByteArray());
+        QCOMPARE(run.leave(), QByteArray());
     }
 };
 

@@ -6,11 +6,12 @@
 #include <memory>
 
 namespace {
-constexpr int factor = 20; // the controller's clocks run so much faster: a send tick takes 1.5 s
-constexpr int patienceMs = 40000;
-constexpr int fewMessages = 4;
+constexpr int factor = 10; // the controller's clocks run so much faster: a send tick takes 3 s
+constexpr int patienceMs = 60000;
+constexpr int messages = 5;
+const QString sense = QStringLiteral("thermostatPower1Sense");
 
-/// The controller with nothing but its timers and an uploader, which sends a message every 1.5 s.
+/// The controller with one switch board and an uploader that sends what the room thermostat does.
 struct uploads {
     scenario run;
     std::unique_ptr<thingsboardRig> server = std::make_unique<thingsboardRig>();
@@ -19,11 +20,30 @@ struct uploads {
 
     uploads()
     {
-        run.configure("<sampler type='thingsboardjson'><uri>" + server->address().toLatin1()
-            + "/api/v1/$APIKEY/telemetry</uri><apikey>tok</apikey><period>30000</period>"
-              "<key>heatTimerOn</key><key>networkMessagesRemaining</key></sampler>");
+        run.configure("<interface type='i2c'><name>bus</name><device>/dev/i2c-2</device></interface>"
+                      "<instrument type='boilerswitchboard'><dataprepend>thermostat</dataprepend>"
+                      "<interface>bus</interface><period>400</period></instrument>"
+                      "<sampler type='thingsboardjson'><uri>"
+            + server->address().toLatin1()
+            + "/api/v1/$APIKEY/telemetry</uri><apikey>tok</apikey><period>3600000</period>"
+              "<key triggerVariable='thermostatPower1Sense'>thermostatPower1Sense</key></sampler>");
         run.write(QStringLiteral("clock"), "+0 x" + QByteArray::number(factor) + '\n');
         run.setVariable(QStringLiteral("FAKETIME_TIMESTAMP_FILE"), run.path(QStringLiteral("clock")));
+    }
+    bool start()
+    {
+        return run.start()
+            && scenario::waitFor([this] { return run.values.last(sense) == QVariant(false); }, patienceMs);
+    }
+    /// The thermostat goes on and off; each change is a message.
+    bool makeMessages()
+    {
+        for (int i = 1; i <= messages; ++i) {
+            run.tell(i % 2 == 1 ? "thermostat room on" : "thermostat room off");
+            if (!scenario::waitFor([&] { return queued().size() == i; }, patienceMs))
+                return false;
+        }
+        return true;
     }
     void stopServer()
     {
@@ -52,19 +72,16 @@ struct uploads {
         return all;
     }
     int remaining() { return run.values.last(QStringLiteral("networkMessagesRemaining")).toInt(); }
-    bool piledUp()
+    /// Nothing has been delivered, and the controller knows it.
+    bool allWait()
     {
-        return scenario::waitFor([this] { return remaining() >= fewMessages; }, patienceMs);
+        return scenario::waitFor([this] { return remaining() == messages; }, patienceMs)
+            && delivered().isEmpty();
     }
-    /// All that is queued has arrived, and the controller knows it. New messages keep coming meanwhile.
+    /// All have arrived, each once and as it was built, and the controller knows it.
     bool drained()
     {
-        return scenario::waitFor(
-            [this] {
-                const QByteArrayList asked = queued();
-                return remaining() == 0 && asked.size() >= fewMessages && asked == delivered();
-            },
-            patienceMs);
+        return scenario::waitFor([this] { return remaining() == 0 && delivered() == queued(); }, patienceMs);
     }
 };
 }
@@ -76,31 +93,35 @@ private:
     static void finish(uploads &u)
     {
         QVERIFY2(u.drained(), u.queued().join('\n') + "\n--- but delivered:\n" + u.delivered().join('\n'));
-        QCOMPARE(u.run.leave(), 0);
-        const int numbers = u.queued().size();
-        for (int i = 0; i < numbers; ++i)
+        QCOMPARE(u.run.leave(), QByteArray());
+        for (int i = 0; i < messages; ++i)
             QVERIFY(!QFile::exists(QStringLiteral("/tmp/data%1.json").arg(i)));
-        QCOMPARE(u.run.complaints(), QByteArray());
     }
 
 private slots:
     void deliversEveryMessageAsItWasBuilt()
     {
         uploads u;
-        QVERIFY(u.run.start());
+        QVERIFY(u.start());
+        QVERIFY(u.makeMessages());
         finish(u);
-        const QRegularExpression form(QStringLiteral(
-            "^\\{\"ts\":\\d{13},\"values\":\\{\"heatTimerOn\":1,\"networkMessagesRemaining\":\\d+\\}\\}$"));
-        QVERIFY2(form.match(u.delivered().last()).hasMatch(), u.delivered().last());
+        const QByteArrayList bodies = u.delivered(); // in order of their times
+        for (int i = 0; i < messages; ++i) {
+            const QRegularExpression form(
+                QStringLiteral("^\\{\"ts\":\\d{13},\"values\":\\{\"thermostatPower1Sense\":%1\\}\\}$")
+                    .arg((i + 1) % 2));
+            QVERIFY2(form.match(bodies[i]).hasMatch(), bodies[i]);
+        }
     }
 
     void nothingIsLostWhileTheServerIsAway()
     {
         uploads u;
         u.stopServer();
-        QVERIFY(u.run.start());
-        QVERIFY(u.piledUp());
-        QVERIFY(u.run.log().contains("completed with return code 7.")); // curl: could not connect
+        QVERIFY(u.start());
+        QVERIFY(u.makeMessages());
+        QVERIFY(u.allWait());
+        QVERIFY(u.run.waitForLog("completed with return code 7.")); // curl: could not connect
         u.startServer();
         finish(u);
     }
@@ -119,9 +140,10 @@ private slots:
         QFETCH(QByteArray, logLine);
         uploads u;
         QCOMPARE(u.server->tell(answer), QByteArray("ok"));
-        QVERIFY(u.run.start());
+        QVERIFY(u.start());
+        QVERIFY(u.makeMessages());
         QVERIFY(u.run.waitForLog(logLine, patienceMs));
-        QVERIFY(u.piledUp());
+        QVERIFY(u.allWait());
         QCOMPARE(u.server->tell("count"), QByteArray("0"));
         QCOMPARE(u.server->tell("answer 200"), QByteArray("ok"));
         finish(u);
@@ -138,21 +160,11 @@ private slots:
         QFETCH(QByteArray, state);
         uploads u;
         u.route(state);
-        QVERIFY(u.run.start());
-        QVERIFY(u.piledUp());
+        QVERIFY(u.start());
+        QVERIFY(u.makeMessages());
+        QVERIFY(u.allWait());
         QCOMPARE(u.server->requests(), QByteArray());
         u.route("present");
-        finish(u);
-    }
-
-    void aFailingIpChangesNothing()
-    {
-        uploads u;
-        QVERIFY(u.run.start());
-        QVERIFY(u.drained());
-        u.route("failing");
-        const int before = u.server->bodies().size();
-        QVERIFY(scenario::waitFor([&] { return u.server->bodies().size() > before + 2; }, patienceMs));
         finish(u);
     }
 };

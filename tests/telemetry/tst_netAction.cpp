@@ -220,6 +220,7 @@ private slots:
         expire(limit);
         QVERIFY(f.finished->wait());
         QCOMPARE(f.count("started"), 1);
+        QVERIFY(!QFile::exists(f.data()));
     }
 
     void takesProcessAndFileAlongWhenItGoes()
