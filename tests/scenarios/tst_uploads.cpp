@@ -50,7 +50,7 @@ struct uploads {
         earlier += server->bodies();
         server.reset();
     }
-    void startServer() { server = std::make_unique<thingsboardRig>(QStringList(), port); }
+    void startServer() { server = std::make_unique<thingsboardRig>(port); }
     void route(const QByteArray &state) const { run.write(QStringLiteral("machine/route"), state); }
 
     /// What the uploader has handed to the queue, by its log.

@@ -13,12 +13,11 @@ class thingsboardRig
 {
 public:
     /// \a at is the port, 0 for any free one.
-    explicit thingsboardRig(const QStringList &options = {}, int at = 0)
+    explicit thingsboardRig(int at = 0)
     {
         m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         m_server.start(QStringLiteral(CALORIX_BIN_DIR "/calorix-thingsboard"),
-            QStringList{QString::number(at), QStringLiteral("--bodies"), m_folder.filePath("bodies")}
-                + options);
+            {QString::number(at), QStringLiteral("--bodies"), m_folder.filePath("bodies")});
         if (!m_server.waitForReadyRead())
             qFatal("calorix-thingsboard does not start");
         const QString ready = QString::fromLatin1(m_server.readLine());
