@@ -6,7 +6,6 @@
 #include "tests/support/expire.h"
 #include "tests/support/fakeHost.h"
 
-#include <QCheckBox>
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
@@ -15,41 +14,29 @@
 #include <ctime>
 
 namespace {
-const char overrideKey[] = "heatStatOverride";
-
 struct fixture {
     fakeHost host; // 10:30
     datastore store;
     timer water{&store, QStringLiteral("waterTimer"), QString(), nullptr, host.system()};
     timer heat{&store, QStringLiteral("heatTimer"), QString(), nullptr, host.system()};
     controlPage page{&store, &water, &heat};
-    QList<flashLED *> lamps = page.findChildren<flashLED *>(); // in order of creation
 
-    fixture()
+    fixture() { page.show(); }
+    QGroupBox *box(const QString &title) const
     {
-        page.resize(500, 360);
-        page.show();
+        const QList<QGroupBox *> boxes = page.findChildren<QGroupBox *>();
+        return boxes[boxes[0]->title() == title ? 0 : 1];
     }
-
-    void aSecondPasses() { expire(page.findChild<QTimer *>(QString(), Qt::FindDirectChildrenOnly)); }
-    QGroupBox *box(const char *title) const
-    {
-        for (QGroupBox *each : page.findChildren<QGroupBox *>()) {
-            if (each->title() == QLatin1String(title))
-                return each;
-        }
-        return nullptr;
-    }
-    void press(const char *title, const char *button) const
+    /// Presses the button; what the box says a second later.
+    QString press(const QString &title, const QString &text)
     {
         for (QPushButton *each : box(title)->findChildren<QPushButton *>()) {
-            if (each->text() == QLatin1String(button))
+            if (each->text() == text)
                 QTest::mouseClick(each, Qt::LeftButton);
         }
+        expire(page.findChild<QTimer *>(QString(), Qt::FindDirectChildrenOnly));
+        return box(title)->findChild<QLabel *>()->text();
     }
-    QString info(const char *title) const { return box(title)->findChild<QLabel *>()->text(); }
-    QCheckBox *tick() const { return page.findChild<QCheckBox *>(); }
-    QVariant overridden() { return store.query(QLatin1String(overrideKey)); }
 };
 
 QImage picture(QWidget *widget)
@@ -65,114 +52,55 @@ class tst_controlPage : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase()
+    void lampsMirrorTheStore()
     {
-        qputenv("TZ", "UTC");
-        tzset();
-    }
-
-    void lampsMirrorTheStore_data()
-    {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<QString>("caption");
-        QTest::addColumn<QColor>("on");
-        QTest::addColumn<QColor>("off");
         const QColor red(255, 0, 0);
         const QColor green(0, 255, 0);
         const QColor darkRed(20, 0, 0);
         const QColor blue(0, 0, 255);
         const QColor darkBlue(0, 0, 10);
-        const auto row
-            = [](const char *key, int index, const char *caption, const QColor &on, const QColor &off) {
-                  QTest::newRow(key) << index << QString::fromLatin1(caption) << on << off;
-              };
-        row("card1Prs1OK", 0, "System Pressure OK", green, red);
-        row("thermostatPower2Sense", 1, "Hot Water Demand", red, darkRed);
-        row("thermostatPower1Sense", 2, "Heating Demand", red, darkRed);
-        row("waterTimerOn", 3, "Water Timer", blue, darkBlue);
-        row("heatTimerOn", 4, "Heating Timer", blue, darkBlue);
-        row("card1Power2Control", 5, "Boiler On", blue, darkBlue);
-        row("card1Power1Control", 6, "Pump On", blue, darkBlue);
-    }
-    void lampsMirrorTheStore()
-    {
-        QFETCH(int, index);
-        QFETCH(QString, caption);
-        QFETCH(QColor, on);
-        QFETCH(QColor, off);
+        const QList<std::tuple<QString, QString, QColor, QColor>> rows{
+            {"card1Prs1OK", "System Pressure OK", green, red},
+            {"thermostatPower2Sense", "Hot Water Demand", red, darkRed},
+            {"thermostatPower1Sense", "Heating Demand", red, darkRed},
+            {"waterTimerOn", "Water Timer", blue, darkBlue},
+            {"heatTimerOn", "Heating Timer", blue, darkBlue},
+            {"card1Power2Control", "Boiler On", blue, darkBlue},
+            {"card1Power1Control", "Pump On", blue, darkBlue},
+        };
         fixture f;
-        flashLED expected(30, on, off);
-        QCOMPARE(f.lamps.count(), 7);
-        flashLED *const lamp = f.lamps[index];
-        const QString key = QString::fromLatin1(QTest::currentDataTag());
-
-        f.store.store(key, true);
-        expected.on();
-        QCOMPARE(picture(lamp), picture(&expected));
-        f.store.store(key.toLower(), false); // another key
-        QCOMPARE(picture(lamp), picture(&expected));
-        f.store.store(key, 0);
-        expected.off();
-        QCOMPARE(picture(lamp), picture(&expected));
-
-        const auto *const beside
-            = qobject_cast<QLabel *>(f.page.childAt(lamp->geometry().center() + QPoint(40, 0)));
-        QVERIFY(beside);
-        QCOMPARE(beside->text(), caption);
-    }
-
-    void overrideEndsWithTheHeatingTimer()
-    {
-        fixture f;
-        QCOMPARE(f.overridden(), QVariant(false));
-        f.tick()->click();
-        QCOMPARE(f.overridden(), QVariant(true));
-        f.aSecondPasses();
-        QVERIFY(!f.tick()->isChecked());
-        QCOMPARE(f.overridden(), QVariant(false));
-
-        f.press("Heating", "Boost");
-        f.tick()->click();
-        f.aSecondPasses();
-        QCOMPARE(f.overridden(), QVariant(true));
-        f.host.advance(qint64(60) * 60 * 1000);
-        f.aSecondPasses();
-        QVERIFY(!f.tick()->isChecked());
-        QCOMPARE(f.overridden(), QVariant(false));
-    }
-
-    void boostsByTheHour_data()
-    {
-        QTest::addColumn<QString>("other");
-        QTest::newRow("Heating") << QStringLiteral("Hot Water");
-        QTest::newRow("Hot Water") << QStringLiteral("Heating");
-    }
-    void boostsByTheHour()
-    {
-        QFETCH(QString, other);
-        fixture f;
-        for (const char *text :
-            {"Boost until 11:30am", "Boost until 12:30am", "Boost until  1:30pm", "Off"}) {
-            f.press(QTest::currentDataTag(), "Boost");
-            f.aSecondPasses();
-            QCOMPARE(f.info(QTest::currentDataTag()), QString::fromLatin1(text));
-            QCOMPARE(f.info(other.toLatin1()), QStringLiteral("Off"));
+        const QList<flashLED *> lamps = f.page.findChildren<flashLED *>(); // in order of creation
+        QCOMPARE(lamps.size(), rows.size());
+        for (int i = 0; i < rows.size(); ++i) {
+            const auto &[key, caption, on, off] = rows[i];
+            flashLED expected(30, on, off);
+            QCOMPARE(picture(lamps[i]), picture(&expected));
+            f.store.store(key, true);
+            f.store.store(key.toLower(), false); // another key
+            expected.on();
+            QCOMPARE(picture(lamps[i]), picture(&expected));
+            f.store.store(key, 0);
+            expected.off();
+            QCOMPARE(picture(lamps[i]), picture(&expected));
+            const QWidget *const beside = f.page.childAt(lamps[i]->geometry().center() + QPoint(40, 0));
+            QCOMPARE(beside->property("text").toString(), caption);
         }
     }
 
-    void advanceChangesNothing()
+    void boostsByTheHourAndAdvanceDoesNothing()
     {
-        fixture f;
-        f.press("Heating", "Boost");
-        f.aSecondPasses();
-        const QImage before = picture(&f.page);
-        QSignalSpy stored(&f.store, &datastore::dataUpdated);
-        for (const char *title : {"Heating", "Hot Water"})
-            f.press(title, "Advance");
-        f.box("Heating")->findChild<QPushButton *>()->setFocus();
-        f.aSecondPasses();
-        QCOMPARE(picture(&f.page), before);
-        QCOMPARE(stored.count(), 0);
+        qputenv("TZ", "UTC");
+        tzset();
+        for (const QString title : {"Heating", "Hot Water"}) {
+            fixture f;
+            const QString other = title == "Heating" ? "Hot Water" : "Heating";
+            for (const QString text :
+                {"Boost until 11:30am", "Boost until 12:30am", "Boost until  1:30pm", "Off"}) {
+                QCOMPARE(f.press(title, "Boost"), text);
+                QCOMPARE(f.press(title, "Advance"), text);
+                QCOMPARE(f.press(other, "Advance"), QStringLiteral("Off"));
+            }
+        }
     }
 };
 
