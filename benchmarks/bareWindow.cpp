@@ -1,13 +1,14 @@
 // What the controller's own work is held against: a window that does nothing of its own.
 //
-//   bareWindow                                       a bare widget
-//   bareWindow THREADS TRANSFERS PAINTS BUS ADDRESS  a label painted PAINTS times a second, and as many
-//   threads as
-//                                                    asked, each with a timer of 1 s; the first three make
-//                                                    TRANSFERS bus transfers a second between them
+//   bareWindow
+//       a bare widget
+//   bareWindow THREADS TRANSFERS PAINTS BUS ADDRESS
+//       a label painted PAINTS times a second, a clock, and as many threads as asked, each with a timer of 1 s;
+//       the first three make TRANSFERS bus transfers a second between them
 #include <QApplication>
 #include <QLabel>
 #include <QThread>
+#include <QTime>
 #include <QTimer>
 
 #include <memory>
@@ -56,6 +57,14 @@ int runLoaded(char **argv)
     QObject::connect(&repaint, &QTimer::timeout, &label, [&] { label.setText(panelText(++count)); });
     if (paints > 0)
         repaint.start(int(1000 / paints));
+    QLabel clock;
+    clock.setStyleSheet(QStringLiteral("background-color: black; color: white; font-size: 26px;"));
+    clock.setFixedSize(500, 50);
+    clock.show();
+    QTimer tick;
+    QObject::connect(
+        &tick, &QTimer::timeout, &clock, [&] { clock.setText(QTime::currentTime().toString()); });
+    tick.start(200);
 
     std::vector<std::unique_ptr<QThread>> workers;
     for (int i = 0; i < threads; ++i) {

@@ -33,14 +33,20 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         if (event->type() == QEvent::Paint && watched->isWidgetType()) {
-            if (m_exits) // once the whole window is painted and the event loop turns
-                QMetaObject::invokeMethod(
-                    this, [] { _exit(0); }, Qt::QueuedConnection);
+            if (m_exits) // once the whole window is painted: ahead of whatever else waits for the event loop
+                QCoreApplication::postEvent(this, new QEvent(QEvent::Quit), Qt::HighEventPriority);
             if (m_count && qobject_cast<QLabel *>(watched)
                 && qobject_cast<QLabel *>(watched)->text().startsWith('<'))
                 ++*m_count;
         }
         return false;
+    }
+
+    bool event(QEvent *event) override
+    {
+        if (event->type() == QEvent::Quit)
+            _exit(0);
+        return QObject::event(event);
     }
 
 private:

@@ -28,12 +28,8 @@ double ownCpuSeconds()
 
 double cpuSeconds(pid_t process)
 {
-    const QByteArray stat = processFile(process, "stat");
-    // Fields behind the name in parentheses: state is the first, utime and stime the 12th and 13th.
-    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-    return fields.size() < 13
-        ? 0.0
-        : (fields[11].toDouble() + fields[12].toDouble()) / double(sysconf(_SC_CLK_TCK));
+    clockid_t clock{};
+    return clock_getcpuclockid(process, &clock) == 0 ? seconds(clock) : 0.0;
 }
 
 long statusKb(pid_t process, const QByteArray &name)

@@ -7,7 +7,7 @@
 
 /// Processor time of the whole calling process so far, in seconds.
 double ownCpuSeconds();
-/// Processor time of another process so far, in seconds, with the kernel's tick of usually 10 ms.
+/// Processor time of another process so far, in seconds; 0 when it is gone.
 double cpuSeconds(pid_t process);
 /// A number of kB from /proc/PID/status, such as "VmRSS" or "VmHWM"; -1 if there is none.
 long statusKb(pid_t process, const QByteArray &name);
