@@ -18,6 +18,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace {
 constexpr int clockInterval = 200;   // ms
@@ -182,19 +183,29 @@ void mainWindow::updateData(const datastoreElementType &data)
 {
     for (const source &each : sources) {
         if (data.key == QLatin1String(each.key))
-            this->*each.field = data.value.toFloat();
+            setShown(each.field, data.value.toFloat());
     }
     // These two are stored by the refresh itself.
     if (data.key != QLatin1String("power") && data.key != QLatin1String("deltaT"))
         updateStatus();
 }
 
+/// Compared bit by bit: a minus before a zero is seen on the panel too.
+void mainWindow::setShown(float mainWindow::*field, float value)
+{
+    m_outdated = m_outdated || std::memcmp(&(this->*field), &value, sizeof value) != 0;
+    this->*field = value;
+}
+
+/// Most updates of the store bring nothing new to the panel, and its text is long.
 void mainWindow::updateStatus()
 {
     computeHeatOutput();
     m_cds->store(QStringLiteral("power"), power);
     m_cds->store(QStringLiteral("deltaT"), deltaT);
-    statusLabel->showStatus(statusText());
+    if (m_outdated)
+        statusLabel->showStatus(statusText());
+    m_outdated = false;
 }
 
 /// Negative when the return is warmer than the flow.

@@ -27,7 +27,6 @@ valve::valve(datastore *store, QList<interface *> *ifaces, QThread *parent)
 {
     name = QStringLiteral("valve");
     debug->configure(QStringLiteral("Valve logic"), componentType, inheritLevel);
-    connect(store, &datastore::dataUpdated, this, &valve::updateData);
     buildControl();
 }
 
@@ -73,9 +72,21 @@ void valve::configureInstrument(QDomElement block)
     readKeys(block, keys);
 }
 
+/// Two of the store's many keys count here. They are picked out on the thread that stores, which would
+/// otherwise wake this one at every update.
+void valve::followStore()
+{
+    const auto pickOut = [this, heat = heatStat, tank = tankStat](const datastoreElementType &element) {
+        if (element.key == heat || element.key == tank)
+            QMetaObject::invokeMethod(this, [this, element] { updateData(element); });
+    };
+    connect(CDS, &datastore::dataUpdated, this, pickOut, Qt::DirectConnection);
+}
+
 void valve::start()
 {
     configureInstrument(configXML);
+    followStore();
     sampleTimer = new QTimer(this);
     sampleTimer->setInterval(m_sampleInterval);
     connect(sampleTimer, &QTimer::timeout, this, &valve::takeSample);

@@ -43,6 +43,7 @@ private:
     enum position : int { heating = 1, hotWater = 2, both = 3 };
 
     void buildControl();
+    void followStore();
     bool isManual() const;
     bool reads(const QString &key) const;
     float current(const QString &card, int channel) const;

@@ -81,6 +81,8 @@ void flashLED::off()
 
 void flashLED::become(const QColor &colour, bool lit)
 {
+    if (colour == currCol && lit == state)
+        return;
     currCol = colour;
     state = lit;
     update();
