@@ -16,9 +16,9 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 constexpr int clockInterval = 200;   // ms
@@ -190,11 +190,13 @@ void mainWindow::updateData(const datastoreElementType &data)
         updateStatus();
 }
 
-/// Compared bit by bit: a minus before a zero is seen on the panel too.
 void mainWindow::setShown(float mainWindow::*field, float value)
 {
-    m_outdated = m_outdated || std::memcmp(&(this->*field), &value, sizeof value) != 0;
-    this->*field = value;
+    float &shown = this->*field;
+    // The panel shows a minus before a zero, too.
+    const bool same = shown == value && std::signbit(shown) == std::signbit(value);
+    m_outdated = m_outdated || !same;
+    shown = value;
 }
 
 /// Most updates of the store bring nothing new to the panel, and its text is long.
