@@ -74,20 +74,6 @@ private slots:
                 "key,value,type\non,true,bool\nmode,\"a,\"\"b\"\"\",text\nx,-,-\nt,21.5,double\n"));
     }
 
-    void watchPrintsItsTableAtTheEnd()
-    {
-        streamServer stream;
-        tool watch(QStringLiteral("calorix-watch"), {"--once", "127.0.0.1", stream.port()});
-        QVERIFY(stream.accept());
-        stream.client->write(temperature + isOn + temperature);
-        stream.client->disconnectFromHost();
-        QVERIFY(watch.endsWell());
-        const QRegularExpression table(
-            "^KEY +VALUE +TYPE +AGE\non +true +bool +\\d+ s\nt +21.5 +double +\\d+ s\n"
-            "2 of 2 keys, ");
-        QVERIFY2(table.match(watch.output()).hasMatch(), watch.out.constData());
-    }
-
     void logShowsTheTreeThenTheMessages()
     {
         networkDebugServer server;
