@@ -5,35 +5,43 @@
 #include "tests/support/expire.h"
 #include "tests/support/fakeHost.h"
 #include "tests/support/launch.h"
+#include "tests/support/results.h"
 
 #include <QtTest>
 
 namespace {
-const QByteArray keys
-    = "<instrument><heatstat>room</heatstat><TankStat>tank</TankStat><pumpout>pump</pumpout>"
-      "<boilerout>boiler</boilerout><boilersense>sense</boilersense></instrument>";
-
 struct fixture {
     fakeHost host; // 10:30, so that a boost lasts
     datastore store;
-    timer water{&store, QStringLiteral("waterTimer"), QString(), nullptr, host.system()};
-    timer heat{&store, QStringLiteral("heatTimer"), QString(), nullptr, host.system()};
+    timer water{&store, QStringLiteral("waterTimer"), QString(), nullptr, host};
+    timer heat{&store, QStringLiteral("heatTimer"), QString(), nullptr, host};
     controlLogic logic{&store, nullptr, &water, &heat, nullptr};
-    QSignalSpy results{&logic, &instrument::resultAvailable};
+    results published{logic};
 
-    fixture() { launch(logic, keys); }
-    QTimer *startup() { return logic.findChildren<QTimer *>()[1]; }
-    QTimer *runOn() { return logic.findChildren<QTimer *>()[2]; }
-
-    /// The outputs of one sample: '.' none, 'p' pump, 'B' boiler and pump, '?' anything else.
-    char sample()
+    fixture()
     {
-        results.clear();
+        launch(logic,
+            "<instrument><heatstat>room</heatstat><TankStat>tank</TankStat><pumpout>pump</pumpout>"
+            "<boilerout>boiler</boilerout><boilersense>sense</boilersense></instrument>");
+    }
+    /// A timer comes on, a delay ends, or a key becomes true, with a '-' in front false.
+    void apply(const QString &step)
+    {
+        const QList<QTimer *> timers = logic.findChildren<QTimer *>();
+        if (step == "heatTimer" || step == "waterTimer")
+            (step == "heatTimer" ? heat : water).boost();
+        else if (step == "lead" || step == "runOn")
+            expire(timers[step == "lead" ? 1 : 2]);
+        else
+            store.store(QString(step).remove('-'), !step.startsWith('-'));
+    }
+    /// The outputs of one sample: '.' none, 'p' pump, 'B' boiler and pump, '?' anything else.
+    QChar sample()
+    {
+        const QStringList outputs{
+            "boiler=false pump=false", "boiler=false pump=true", "boiler=true pump=true"};
         logic.takeSample();
-        if (results.count() != 2 || results[0][0] != "boiler" || results[1][0] != "pump")
-            return '?';
-        const int relays = results[0][1].toInt() * 2 + results[1][1].toInt();
-        return ".p?B"[relays];
+        return QStringLiteral("?.pB").at(outputs.indexOf(published.take()) + 1);
     }
 };
 }
@@ -42,67 +50,27 @@ class tst_controlLogic : public QObject
 {
     Q_OBJECT
 private slots:
-    void demandsHeatWhenAThermostatAndItsTimerDo_data()
+    void drivesBoilerAndPump()
     {
-        QTest::addColumn<QString>("inputs"); // store keys that are true, timers that are on
-        QTest::addColumn<bool>("demand");
-        const auto row = [](const char *inputs, bool demand) {
-            QTest::newRow(inputs) << QString::fromLatin1(inputs) << demand;
-        };
-        row("room", false);
-        row("room heatTimer", true);
-        row("tank waterTimer", true);
-        row("room waterTimer", false);
-        row("tank heatTimer", false);
-        row("heatStatOverride heatTimer", true);
-        row("heatStatOverride waterTimer", false);
-        row("sense heatTimer waterTimer", false);
-    }
-    void demandsHeatWhenAThermostatAndItsTimerDo()
-    {
-        QFETCH(QString, inputs);
-        fixture f;
-        const QStringList on = inputs.split(' ');
-        for (const char *key : {"room", "tank", "sense", "heatStatOverride"})
-            f.store.store(key, on.contains(key));
-        if (on.contains("heatTimer"))
-            f.heat.boost();
-        if (on.contains("waterTimer"))
-            f.water.boost();
-        QTEST(f.sample() == 'p', "demand");
-    }
-
-    void sequencesBoilerAndPump_data()
-    {
-        // '+' demand on, '-' off, 'u' start-up delay over, 'd' run-on over, '=' nothing; a sample after each
-        QTest::addColumn<QByteArray>("steps");
-        QTest::addColumn<QByteArray>("outputs");
-        const auto row = [](const char *name, const char *steps, const char *outputs) {
-            QTest::newRow(name) << QByteArray(steps) << QByteArray(outputs);
-        };
-        row("pump before boiler", "+=u=", "ppBB");
-        row("pump runs on", "+u-=d=", "pBpp..");
-        row("rises again during run-on", "+u-+u=d=", "pBppBBBB");
-        row("run-on ends during the new start-up", "+u-+d=u", "pBppppB");
-        row("short demand", "+-=u=d=", "ppppp..");
-        row("two short demands", "+-+-u=d", "pppppp.");
-    }
-    void sequencesBoilerAndPump()
-    {
-        QFETCH(QByteArray, steps);
-        fixture f;
-        f.heat.boost();
-        QByteArray outputs;
-        for (const char step : qAsConst(steps)) {
-            if (step == '+' || step == '-')
-                f.store.store("room", step == '+');
-            else if (step == 'u')
-                expire(f.startup());
-            else if (step == 'd')
-                expire(f.runOn());
-            outputs += f.sample();
+        const QList<QPair<QString, QString>> rows{// steps, and the outputs after each
+            {"room tank", ".."}, {"heatTimer tank room", "..p"}, {"waterTimer room tank", "..p"},
+            {"heatTimer heatStatOverride", ".p"}, {"waterTimer heatStatOverride sense", "..."},
+            {"heatTimer room sense lead wait", ".ppBB"}, // the pump leads
+            {"heatTimer room lead -room wait runOn wait", ".pBpp.."},
+            {"heatTimer room lead -room room lead wait runOn wait", ".pBppBBBB"}, // again in the run-on
+            {"heatTimer room lead -room room runOn wait lead", ".pBppppB"},
+            {"heatTimer room -room wait lead wait runOn wait", ".ppppp.."}, // shorter than the lead
+            {"heatTimer room -room room -room lead wait runOn", ".pppppp."},
+            {"heatTimer waterTimer room lead tank -room -tank runOn", "..pBBBp."}};
+        for (const auto &[steps, outputs] : rows) {
+            fixture f;
+            QString seen;
+            for (const QString &step : steps.split(' ')) {
+                f.apply(step);
+                seen += f.sample();
+            }
+            QVERIFY2(seen == outputs, qPrintable(steps + " gives " + seen));
         }
-        QTEST(outputs, "outputs");
     }
 };
 

@@ -4,35 +4,24 @@
 #include "tests/support/expire.h"
 #include "tests/support/fakeHost.h"
 #include "tests/support/logSink.h"
+#include "tests/support/results.h"
 
 #include <QtTest>
 
-#include <ctime>
-
 namespace {
-const char ctlFile[] = "/etc/heatTimer.xml";
-
-const char weekdayMorning[] = "<heatingtimer><period><title>Morning</title><daymask>31</daymask>"
-                              "<starthour>6</starthour><startminute>30</startminute><duration>90</duration>"
-                              "</period><note/><Period><title>Late</title><starthour>11</starthour>"
-                              "<duration>60</duration></Period></heatingtimer>";
-
 struct fixture {
     fakeHost host;
-    logSink sink;
-    timer programme{nullptr, QStringLiteral("heatTimer"), host.path(ctlFile), nullptr, host.system()};
-    QSignalSpy results{&programme, &instrument::resultAvailable};
+    timer programme{nullptr, QStringLiteral("heatTimer"), host.path("/heatTimer.xml"), nullptr, host};
 
-    explicit fixture(const QByteArray &xml = {})
-    {
-        programme.debug->registerWithClient(&sink);
-        if (!xml.isEmpty())
-            host.write(ctlFile, xml);
-    }
-    /// Sets the clock; \a local is "2026-01-12T06:30:00", a Monday in winter.
+    /// Sets the clock; \a local is "2026-01-12T06:30:00", a Monday.
     void at(const char *local)
     {
         host.setUtc(QDateTime::fromString(QString::fromLatin1(local), Qt::ISODate).toUTC());
+    }
+    QString boost()
+    {
+        programme.boost();
+        return programme.operationText();
     }
 };
 }
@@ -41,61 +30,67 @@ class tst_timer : public QObject
 {
     Q_OBJECT
 private slots:
-    void initTestCase()
+    void publishesWhatItsFileSays()
     {
-        qputenv("TZ", "Europe/London");
-        tzset();
-    }
-
-    void publishesItsProgrammeEverySecond()
-    {
-        fixture f(weekdayMorning);
+        fixture f;
+        f.host.write("/heatTimer.xml",
+            "<heatingtimer><Period><!-- a --><StartHour>6</StartHour><!-- b --><STARTMINUTE>5</STARTMINUTE>"
+            "</Period><note/><period><title>%1 %n</title><daymask>64</daymask></period>"
+            "<period><daymask>257</daymask><starthour>262</starthour><duration>65546</duration></period>"
+            "</heatingtimer>");
+        logSink log;
+        f.programme.debug->registerWithClient(&log);
         f.programme.start();
-        QCOMPARE(f.sink.texts().mid(1),
-            (QStringList{"Timer started with following periods defined:",
-                "Morning - On Mo Tu We Th Fr From 6:30 for 90 minutes",
-                "Late - On Mo Tu We Th Fr Sa Su From 11:0 for 60 minutes"}));
+        QCOMPARE(log.texts().mid(2),
+            (QStringList{"No title - On Mo Tu We Th Fr Sa Su From 6:5 for 0 minutes",
+                "%1 %n - On Su From 0:0 for 0 minutes",
+                "No title - On Mo From 6:0 for 10 minutes"})); // numbers are cut to their width
+        results published(f.programme);
         auto *const second = f.programme.findChild<QTimer *>();
         QCOMPARE(second->interval(), 1000);
-        f.at("2026-01-12T06:29:59");
-        expire(second);
-        f.at("2026-07-13T06:30:00"); // local time, summer
-        expire(second);
-        QCOMPARE(f.results.count(), 2);
-        QCOMPARE(f.results[0], (QVariantList{"heatTimerOn", false}));
-        QCOMPARE(f.results[1], (QVariantList{"heatTimerOn", true}));
+        for (const char *time : {"2026-01-12T06:10:00", "2026-01-12T06:05:00", "2026-01-13T06:05:00"}) {
+            f.at(time);
+            expire(second);
+        }
+        QCOMPARE(published.take(), QString("heatTimerOn=false heatTimerOn=true heatTimerOn=false"));
+    }
+
+    void isOnWithinItsMinutes()
+    {
+        const QList<std::tuple<int, int, const char *, bool>> rows{// days, hour of the start, now
+            {127, 6, "2026-01-12T05:59:59", false}, {127, 6, "2026-01-12T06:00:00", true},
+            {127, 6, "2026-01-12T07:59:59", true}, {127, 6, "2026-01-12T08:00:00", false},
+            {127, 23, "2026-01-13T00:30:00", false}, // cut off at midnight
+            {63, 6, "2026-01-18T07:00:00", false}, {64, 6, "2026-01-18T07:00:00", true},
+            {127, 255, "2026-01-12T07:00:00", false}};
+        for (const auto &[days, hour, now, on] : rows) {
+            timePeriod period;
+            period.day = quint8(days);
+            period.startHour = quint8(hour);
+            period.duration = 120;
+            QVERIFY2(period.isOn(QDateTime::fromString(now, Qt::ISODate)) == on, now);
+            QVERIFY(hour != 23 || period.offTime() == "13:00pm");
+        }
     }
 
     void boostGrowsByAnHourAndTheFourthPressCancels()
     {
         fixture f;
         f.at("2026-01-12T10:30:00");
-        f.programme.boost();
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Boost until 11:30am"));
-        f.programme.boost();
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Boost until 12:30am"));
+        QCOMPARE(f.boost(), QString("Boost until 11:30am"));
+        QCOMPARE(f.boost(), QString("Boost until 12:30am"));
         f.at("2026-01-12T12:29:59");
         QVERIFY(f.programme.isOn());
-        f.programme.boost();
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Boost until  3:29pm"));
-        f.programme.boost();
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Off"));
+        QCOMPARE(f.boost(), QString("Boost until  3:29pm"));
+        QCOMPARE(f.boost(), QString("Off"));
         QVERIFY(!f.programme.isOn());
-    }
-
-    void onlyIsOnClearsAnExpiredBoost()
-    {
-        fixture f;
-        f.at("2026-01-12T10:00:00");
-        f.programme.boost();
-        f.at("2026-01-12T11:00:00");
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Off"));
-        f.programme.boost(); // the old hour still counts
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Boost until  1:00pm"));
-        f.at("2026-01-12T13:00:00");
+        QCOMPARE(f.boost(), QString("Boost until  1:29pm"));
+        f.at("2026-01-12T13:29:00");
+        QCOMPARE(f.programme.operationText(), QString("Off"));
+        QCOMPARE(f.boost(), QString("Boost until  3:29pm")); // Kept: the old hour still counts ...
+        f.at("2026-01-12T15:29:00");
         QVERIFY(!f.programme.isOn());
-        f.programme.boost();
-        QCOMPARE(f.programme.operationText(), QStringLiteral("Boost until  2:00pm"));
+        QCOMPARE(f.boost(), QString("Boost until  4:29pm")); // ... until somebody asks whether it is on
     }
 };
 

@@ -5,33 +5,22 @@
 #include "lib/interfaces/interface.h"
 #include "tests/support/launch.h"
 #include "tests/support/logSink.h"
+#include "tests/support/results.h"
 
 #include <QTimer>
 
-#include <utility>
-
-/// An interface of the class Base that is configured with \a keys, with all that it tells.
+/// An interface of the class Base that is configured with \a keys, with all that it publishes and tells.
 template <class Base>
-class watchedInterface : public Base
-{
-public:
+struct watchedInterface : Base {
     explicit watchedInterface(const QByteArray &keys = {})
     {
-        const auto keep = [this](const QString &key, const QVariant &value) {
-            results.append(key + QLatin1Char('=') + value.toString());
-        };
-        QObject::connect(this, &interface::resultAvailable, this, keep, Qt::DirectConnection);
         this->debug->registerWithClient(&log);
         this->configure(xml("<interface>" + keys + "</interface>"));
     }
     QTimer *timer() const { return this->reconnectTimer.get(); }
-    /// The results since the last call, as texts "key=value".
-    QStringList takeResults() { return std::exchange(results, {}); }
 
     logSink log;
-
-private:
-    QStringList results; // added on the thread that uses the interface
+    results published{*this};
 };
 
 #endif
