@@ -60,6 +60,7 @@ private slots:
             {"heatTimer room lead -room room lead wait runOn wait", ".pBppBBBB"}, // again in the run-on
             {"heatTimer room lead -room room runOn wait lead", ".pBppppB"},
             {"heatTimer room -room wait lead wait runOn wait", ".ppppp.."}, // shorter than the lead
+            {"heatTimer room -room runOn wait lead", ".pppp."},             // the pump waits for both delays
             {"heatTimer room -room room -room lead wait runOn", ".pppppp."},
             {"heatTimer waterTimer room lead tank -room -tank runOn", "..pBBBp."}};
         for (const auto &[steps, outputs] : rows) {

@@ -1,70 +1,35 @@
 #include "lib/instruments/ds18b20.h"
 
-#include "lib/communications/debugComponent.h"
-#include "tests/support/expire.h"
-#include "tests/support/fakeHost.h"
-#include "tests/support/launch.h"
-#include "tests/support/logSink.h"
+#include "tests/support/testedDevice.h"
 
-#include <QSignalSpy>
-#include <QTimer>
 #include <QtTest>
-
-namespace {
-const char sensorFile[] = "/sys/bus/w1/devices/28-0316a2795eff/w1_slave";
-const QString heading = "The following one-wire addresses are available (they may not all be DS18B20s)";
-
-struct fixture {
-    fakeHost host;
-    logSink sink;
-    ds18b20 sensor{nullptr, nullptr, nullptr, host.system()};
-    QSignalSpy results{&sensor, &instrument::resultAvailable};
-
-    fixture() { sensor.debug->registerWithClient(&sink); }
-    void start(const QByteArray &device)
-    {
-        launch(sensor, "<instrument><device>" + device + "</device></instrument>");
-    }
-};
-}
 
 class tst_ds18b20 : public QObject
 {
     Q_OBJECT
 private slots:
-    void logsAReadingThatFails_data()
+    void publishesAReadingOrSaysWhyThereIsNone()
     {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("logged");
-        QTest::newRow("bad CRC") << QByteArray("ff : crc=1c NO\nff t=21437\n") << "Checksum incorrect";
-        QTest::newRow("one line") << QByteArray("crc=1c YES") << "Failed to read any data";
-        QTest::newRow("infinite") << QByteArray("crc=1c YES\nff t=inf\n") << "Failed to read any data";
-    }
-    void logsAReadingThatFails()
-    {
-        QFETCH(QByteArray, content);
-        fixture f;
-        f.host.write(sensorFile, content);
-        f.start("28-0316a2795eff");
-        QTEST(f.sensor.debug->lastLog(), "logged");
-        QCOMPARE(f.results.count(), 0);
-        f.host.write(sensorFile, "YES\nt=-1250\n");
-        expire(f.sensor.findChild<QTimer *>());
-        QCOMPARE(f.results.value(0), (QVariantList{"ds18b20temperature", -1.25}));
-    }
-
-    void listsTheSensorsOnTheBus()
-    {
-        fixture f;
-        for (const char *device : {"28-1", "28-2", "10-3", "w1_bus_master1"})
+        const QString file = "/sys/bus/w1/devices/28-2/w1_slave";
+        testedDevice<ds18b20> f;
+        for (const char *device : {"28-1", "10-3", "w1_bus_master1"})
             f.host.write(QString("/sys/bus/w1/devices/%1/id").arg(device), "");
-        f.host.write("/sys/bus/w1/devices/28-2/w1_slave", "YES\nt=1000\n");
-        f.start("28-2");
-        QCOMPARE(f.results.value(0), (QVariantList{"ds18b20temperature", 1.0})); // at once
-        QStringList listed = f.sink.texts();
-        QCOMPARE(listed.takeFirst(), heading);
-        listed.sort();
-        QCOMPARE(listed, (QStringList{"28-1", "28-2"}));
+        f.host.write(file, "YES\nt=1000\n");
+        f.start("<device>28-2</device>");
+        QCOMPARE(f.published.take(), QString("ds18b20temperature=1")); // at once
+        const QStringList listed = f.log.texts().mid(1);
+        QVERIFY(listed.size() == 2 && listed.contains("28-1") && listed.contains("28-2"));
+
+        const QList<QPair<QByteArray, QString>> failures{
+            {"ff : crc=1c NO\nff t=21437\n", "Checksum incorrect"}, {"crc=1c YES", "Failed to read any data"},
+            {"crc=1c YES\nff t=inf\n", "Failed to read any data"}};
+        for (const auto &[content, logged] : failures) {
+            f.host.write(file, content);
+            QCOMPARE(f.sample(), QString());
+            QCOMPARE(f.device.debug->lastLog(), logged);
+        }
+        f.host.write(file, "YES\nt=-1250\n");
+        QCOMPARE(f.sample(), QString("ds18b20temperature=-1.25"));
     }
 };
 

@@ -15,24 +15,20 @@ private slots:
     {
         datastore store;
         fakeInterface line("link");
-        QList<interface *> ifaces{&line};
-        nativeTransferInstrument link(&store, &ifaces, nullptr);
-        launch(link, "<instrument><interface>link</interface><dataprepend>p</dataprepend></instrument>");
-        QCOMPARE(line.openModes, QList<QIODevice::OpenMode>{QIODevice::ReadWrite});
+        QList<interface *> lines;
+        nativeTransferInstrument link(&store, &lines, nullptr);
+        const char keys[]
+            = "<instrument><interface>link</interface><dataprepend>p</dataprepend></instrument>";
+        launch(link, keys);
+        QCOMPARE(link.debug->lastLog(), QString("Interface not defined for instrument"));
+        lines.append(&line);
+        launch(link, keys);
         QByteArray damaged = datastoreElementType("bad", 1).serialise();
         damaged[8] = char(damaged[8] + 1);
         line.receive("noise" + damaged + datastoreElementType("t", 21.5).serialise()
             + datastoreElementType("on", true).serialise());
         QCOMPARE(store.getKeys(), (QStringList{"t", "on"})); // without the prefix
         QCOMPARE(store.query("t").toDouble(), 21.5);
-    }
-
-    void staysIdleWithoutAnInterface()
-    {
-        datastore store;
-        nativeTransferInstrument link(&store, nullptr, nullptr);
-        launch(link, "<instrument><interface>link</interface></instrument>");
-        QCOMPARE(link.debug->lastLog(), QString("Interface not defined for instrument"));
     }
 };
 
