@@ -24,14 +24,13 @@ debugMessage message(quint32 level, const QString &text = QStringLiteral("100 %s
     return m;
 }
 
-struct viewer {
-    QTcpSocket socket;
+struct viewer : QTcpSocket {
     QByteArray received;
 
     explicit viewer(int port)
     {
-        QObject::connect(&socket, &QTcpSocket::readyRead, &socket, [this] { received += socket.readAll(); });
-        socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(port));
+        connect(this, &QTcpSocket::readyRead, this, [this] { received += readAll(); });
+        connectToHost(QStringLiteral("127.0.0.1"), quint16(port));
     }
 };
 }
@@ -42,21 +41,19 @@ class tst_debugClients : public QObject
 private slots:
     void terminalLinesOfTheWantedLevels()
     {
-        const QByteArrayList lines{"\033[36m10:30:00.250 : Level0", "\033[35m10:30:00.250 : Level1",
-            "\033[34m10:30:00.250 : Level2", "\033[32m10:30:00.250 : Level3",
-            "\033[02m10:30:00.250 : Level4"};
+        const char *const colours[] = {"36", "35", "34", "32", "02"};
         fakeHost host;
         host.advance(250);
         terminalDebugClient sink(nullptr, host);
         for (const int limit : {0, 1, -1, -2}) {
-            QByteArrayList wanted = limit == -1 ? lines : lines.mid(0, qMax(0, limit + 1));
-            for (QByteArray &line : wanted)
-                line += " - Data Store - 100 %s\n";
             sink.logLevel = limit;
-            QByteArray output;
-            for (quint32 level = 0; level < 5; ++level)
-                output += printed([&] { sink.log(message(level)); });
-            QCOMPARE(output, wanted.join());
+            for (int level = 0; level < 5; ++level) {
+                const QString line = QStringLiteral("\033[%1m10:30:00.250 : Level%2 - Data Store - 100 %s\n")
+                                         .arg(colours[level])
+                                         .arg(level);
+                const bool isWanted = limit == -1 || level <= limit;
+                QCOMPARE(QString(printed([&] { sink.log(message(quint32(level))); })), isWanted ? line : "");
+            }
         }
     }
 
@@ -74,14 +71,10 @@ private slots:
         host.advance(1000);
         sink.log(message(0, "next"));
         QCOMPARE(host.read(day).value_or("none"),
-            QByteArray(
-                "Jan 15 10:30:00 Data_Store[0d0e0f]:0 100 %s\nJan 15 10:30:01 Data_Store[0d0e0f]:0 next\n"));
-        host.advance(24 * 3600 * 1000);
-        sink.log(message(0));
-        QVERIFY(host.read(QStringLiteral("/var/log/heating16_Jan_26.log")));
+            QByteArray("Jan 15 10:30:00 Data_Store[0d0e0f]:0 100 %s\n"
+                       "Jan 15 10:30:01 Data_Store[0d0e0f]:0 next\n"));
     }
 
-    // Kept: a second dead viewer right behind the first waits for the next call.
     void viewersMayComeLateAndVanish()
     {
         const QByteArray output = printed([] {
@@ -90,29 +83,22 @@ private slots:
             sink.setPort(0);
             sink.listen();
             debugComponent root;
-            debugComponent child;
             root.registerWithClient(&sink);
-            root.addChild(&child);
             root.log("before"); // nobody there
             viewer first(sink.port());
             viewer second(sink.port());
-            QTRY_COMPARE(second.received,
-                root.registrationMessage().createRegistrationMessage()
-                    + child.registrationMessage().createRegistrationMessage());
+            QTRY_COMPARE(second.received, root.registrationMessage().createRegistrationMessage());
             QTRY_VERIFY(!first.received.isEmpty());
-            first.socket.abort();
-            child.log("too detailed", 2);
+            first.abort();
+            root.log("too detailed", 2);
             for (int i = 0; i < 200; ++i)
-                child.log(QString(1000, QLatin1Char('x')));
-            std::thread([&] { child.log("from a thread"); }).join();
+                root.log(QString(1000, QLatin1Char('x')));
+            std::thread([&] { root.log("from a thread"); }).join();
             QTRY_VERIFY(second.received.endsWith(QByteArray("from a thread\0\0", 15)));
             QVERIFY(!second.received.contains("too detailed") && second.received.size() > 200 * 1000);
-            second.socket.disconnectFromHost();
-            viewer third(sink.port());
-            QTRY_VERIFY(!third.received.isEmpty());
         });
-        QCOMPARE(output.count("Client connected from"), 3);
-        QCOMPARE(output.count("Destroying client 0\n"), 2);
+        QCOMPARE(output.count("Client connected from"), 2);
+        QCOMPARE(output.count("Destroying client 0\n"), 1);
     }
 
     void clientSendsToTheDebugHost()

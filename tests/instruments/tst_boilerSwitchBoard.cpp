@@ -46,7 +46,8 @@ private slots:
         };
         const QList<row> rows{{0x02, "\xFF", "Prs1", ""},
             {0x02, "\x82", "Prs1", "Prs1State=130 Prs1Fault=false Prs1Low=true Prs1OK=false Prs1High=false"},
-            {0x12, "\x0D", "Prs2", "Prs2State=13 Prs2Fault=true Prs2Low=false Prs2OK=true Prs2High=true"},
+            {0x02, "\x0C", "Prs1", "Prs1State=12 Prs1Fault=false Prs1Low=false Prs1OK=true Prs1High=true"},
+            {0x12, "\x05", "Prs2", "Prs2State=5 Prs2Fault=true Prs2Low=false Prs2OK=true Prs2High=false"},
             {0x32, "\1", "Power1C", "Power1Control=true"},
             {0x01, bytes(3.875F), "Pressure1", "Pressure1=3.875"}, {0x11, bytes(3.91F), "Pressure2", ""},
             {0x22, bytes(50.1F), "Flowrate2", ""}, {0x34, bytes(-0.0625F), "Current1", "Current1=-0.0625"},

@@ -16,7 +16,6 @@ public:
         : instrument(store, interfaces, parent)
     {
     }
-    using instrument::commsHealthCheck;
     using instrument::decoderResult;
     using instrument::iface;
     using instrument::startInterfacePower;
@@ -50,26 +49,6 @@ private slots:
             const QString used = f.device.iface ? f.device.iface->name() : "none";
             QCOMPARE(f.device.name + ' ' + f.published.take() + ' ' + used, expected);
         }
-    }
-
-    void checksItsPort()
-    {
-        fixture f;
-        f.line.opens = false;
-        f.line.error = "broken";
-        f.start("<interface>line</interface>");
-        QCOMPARE(f.log.texts(), QStringList{"Failed to open instrument port - broken"});
-        f.device.commsHealthCheck->start();
-        expire(f.device.commsHealthCheck);
-        QCOMPARE(f.log.texts().mid(1),
-            (QStringList{"Instrument port error string:", "broken", "Instrument port has an error - broken",
-                "Trying to reconnect", "Failed to open instrument port"}));
-        f.line.opens = true;
-        expire(f.device.commsHealthCheck);
-        QCOMPARE(f.log.texts().last(), QString("Successfully opened instrument port"));
-        f.line.error = "Operation timed out"; // a silent device only
-        expire(f.device.commsHealthCheck);
-        QCOMPARE(f.published.take(), QString("commsState=Closed commsState=Closed"));
     }
 
     void leavesASharedSupplyToTheThreadThatStartedIt()

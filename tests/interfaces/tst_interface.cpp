@@ -2,7 +2,6 @@
 
 #include "tests/support/expire.h"
 #include "tests/support/onThread.h"
-#include "tests/support/warnings.h"
 #include "tests/support/watchedInterface.h"
 
 #include <QSignalSpy>
@@ -25,89 +24,61 @@ struct stubDevice : QIODevice {
 };
 
 struct fixture : watchedInterface<interface> {
+    stubDevice device;
+
     explicit fixture(const QByteArray &keys)
         : watchedInterface(keys)
     {
         stream = &device;
     }
-    stubDevice device;
 };
 
-const QStringList opened{"commsState=Open", "commsFail=0"};
+const QString opened = "commsState=Open commsFail=0";
 }
 
 class tst_interface : public QObject
 {
     Q_OBJECT
 private slots:
-    void retriesAFailedOpenAfterTheDelay_data()
+    // Qt warns of a timer that is used, or ends, on a wrong thread.
+    void initTestCase() { qputenv("QT_FATAL_WARNINGS", "1"); }
+
+    void opensAgainAfterAFailureAndAfterFailedWrites()
     {
-        QTest::addColumn<int>("delayMs");
-        QTest::newRow("<reconnent>1500</reconnent>") << 1500;
-        QTest::newRow("<reconnect>1500</reconnect>") << 30000; // no key, for all its right spelling
-        QTest::newRow("<reconnent>soon</reconnent>") << 0;
-    }
-    void retriesAFailedOpenAfterTheDelay()
-    {
-        QFETCH(int, delayMs);
-        fixture tested(QTest::currentDataTag());
+        fixture tested("<reconnent>1500</reconnent><reconnect>9</reconnect><maxfailures>1</maxfailures>");
         tested.device.refuse = true;
         QVERIFY(!tested.open(QIODevice::WriteOnly));
-        QCOMPARE(tested.takeResults(), QStringList{"commsState=Failed to open"});
-        QCOMPARE(tested.log.texts(),
-            QStringList{QStringLiteral("Failed to open interface. Will try again in %1 seconds")
-                            .arg(delayMs / 1000.0)});
-        QCOMPARE(tested.timer()->interval(), delayMs);
+        QCOMPARE(tested.published.take(), QString("commsState=Failed to open"));
+        QCOMPARE(tested.debug->lastLog(), QString("Failed to open interface. Will try again in 1.5 seconds"));
+        QCOMPARE(tested.timer()->interval(), 1500);
         expire(tested.timer());
-        QCOMPARE(tested.takeResults(), opened);
+        QCOMPARE(tested.published.take(), opened);
         QVERIFY(tested.device.openMode() == QIODevice::WriteOnly && !tested.timer()->isActive());
-    }
 
-    void reopensAfterTooManyFailedWrites()
-    {
-        fixture tested("<maxfailures>1</maxfailures>");
-        tested.open(QIODevice::ReadWrite);
         tested.device.failWrites = true;
         QCOMPARE(tested.write(QByteArray("abc")), qint64(-1)); // Kept: not counted
         QCOMPARE(tested.write("a", 1) + tested.write("a"), qint64(-2));
         QCOMPARE(tested.write("a"), qint64(0)); // closed: not counted
-        QCOMPARE(
-            tested.takeResults(), opened + QStringList({"commsFail=1", "commsFail=2", "commsState=Closed"}));
+        QCOMPARE(tested.published.take(), QString("commsFail=1 commsFail=2 commsState=Closed"));
         expire(tested.timer());
-        QCOMPARE(tested.takeResults(), opened);
+        QCOMPARE(tested.published.take(), opened);
         QSignalSpy ready(&tested, &interface::readyRead);
         emit tested.device.readyRead();
         QCOMPARE(ready.count(), 1); // though opened twice
     }
 
-    void answersWithoutADevice()
-    {
-        watchedInterface<interface> tested("<power><mode>1</mode></power>");
-        tested.startPower(nullptr); // no pin
-        QVERIFY(!tested.isOpen() && !tested.open(QIODevice::ReadWrite));
-        QCOMPARE(tested.write("abc", 3) + tested.write("abc") + tested.write(QByteArray("abc")), qint64(0));
-        QVERIFY(!tested.waitForReadyRead(1) && !tested.waitForBytesWritten(1) && tested.readAll().isEmpty());
-        tested.close();
-        QCOMPARE(tested.takeResults(), QStringList{"commsState=Closed"});
-        QCOMPARE(tested.log.texts(), QStringList());
-    }
-
     void reopensAndEndsOnTheThreadThatOpenedFirst()
     {
-        const warnings seen;
-        {
-            fixture tested("<reconnent>10</reconnent><maxfailures>0</maxfailures>");
-            tested.device.refuse = true;
-            QThread thread;
-            tested.device.moveToThread(&thread);
-            connect(&tested, &interface::interfaceConnected, &tested.device,
-                [&] { tested.incrementFailCount(); }); // leaves the timer running
-            const auto open = [&] { tested.open(QIODevice::ReadWrite); };
-            runOnThread(thread, open, &tested, &interface::interfaceConnected);
-            QCOMPARE(tested.device.openedOn, &thread);
-            QVERIFY(!tested.timer()->isActive());
-        }
-        QCOMPARE(seen.count(), 0);
+        fixture tested("<reconnent>10</reconnent><maxfailures>0</maxfailures>");
+        tested.device.refuse = true;
+        QThread thread;
+        tested.device.moveToThread(&thread);
+        connect(&tested, &interface::interfaceConnected, &tested.device,
+            [&] { tested.incrementFailCount(); }); // leaves the timer running
+        const auto open = [&] { tested.open(QIODevice::ReadWrite); };
+        runOnThread(thread, open, &tested, &interface::interfaceConnected);
+        QCOMPARE(tested.device.openedOn, &thread);
+        QVERIFY(!tested.timer()->isActive());
     }
 };
 
