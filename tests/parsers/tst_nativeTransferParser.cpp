@@ -24,12 +24,8 @@ struct fixture {
     {
         QObject::connect(
             &parser, &parser::dataOut, &parser, [this](const QByteArray &data) { messages.append(data); });
+        line.receive("before the connection");
         line.open(QIODevice::ReadWrite);
-    }
-    void receive(const blocks &reads)
-    {
-        for (const QByteArray &read : reads)
-            line.receive(read);
     }
 };
 }
@@ -38,33 +34,25 @@ class tst_nativeTransferParser : public QObject
 {
     Q_OBJECT
 private slots:
-    void cutsWholeMessages_data()
-    {
-        QTest::addColumn<blocks>("reads");
-        QTest::addColumn<blocks>("messages");
-        const QByteArray m25 = message(25, 'a');
-        const QByteArray m40 = message(40, 'b');
-        QTest::newRow("two in one read") << blocks{m25 + m40} << blocks{m25, m40};
-        QTest::newRow("noise before") << blocks{"\x01\x02\x03" + m25} << blocks{m25};
-        QTest::newRow("shortest") << blocks{message(6) + m25} << blocks{message(6), m25};
-        QTest::newRow("length below the header") << blocks{message(5) + m25} << blocks{m25};
-        QTest::newRow("negative length") << blocks{message(-1) + m25} << blocks{m25};
-        QTest::newRow("first start byte twice") << blocks{"\xAB" + m25} << blocks{m25};
-        QTest::newRow("start split after noise is lost")
-            << blocks{"noise\xAB", m25.mid(1), m40} << blocks{m40};
-        QTest::newRow("start split with fewer than 6 bytes") << blocks{"nois\xAB", m25.mid(1)} << blocks{m25};
-        QTest::newRow("header incomplete after noise")
-            << blocks{"noise" + m25.left(4), m25.mid(4)} << blocks{m25};
-        QTest::newRow("long, in one read") << blocks{message(2000) + m25} << blocks{message(2000), m25};
-        QTest::newRow("long, in two reads loses its start")
-            << blocks{message(2000).left(1000), message(2000).mid(1000), m25} << blocks{m25};
-    }
     void cutsWholeMessages()
     {
-        QFETCH(blocks, reads);
-        fixture f;
-        f.receive(reads);
-        QTEST(f.messages, "messages");
+        const QByteArray m25 = message(25, 'a');
+        const QByteArray m40 = message(40, 'b');
+        const QByteArray m2000 = message(2000);
+        const QList<QPair<blocks, blocks>> rows{// what is read, and the messages in it
+            {{m25 + m40}, {m25, m40}}, {{"\x01\x02\x03" + m25}, {m25}},
+            {{message(6) + m25}, {message(6), m25}}, // the shortest
+            {{message(5) + m25}, {m25}}, {{message(-1) + m25}, {m25}}, {{"\xAB" + m25}, {m25}},
+            {{"noise\xAB", m25.mid(1), m40}, {m40}}, // a start that is split after noise is lost ...
+            {{"nois\xAB", m25.mid(1)}, {m25}},       // ... except with fewer than six bytes
+            {{"noise" + m25.left(4), m25.mid(4)}, {m25}}, {{m2000 + m25}, {m2000, m25}},
+            {{m2000.left(1000), m2000.mid(1000), m25}, {m25}}}; // longer than the buffer
+        for (const auto &[reads, messages] : rows) {
+            fixture f;
+            for (const QByteArray &read : reads)
+                f.line.receive(read);
+            QVERIFY2(f.messages == messages, reads.join(' ').left(100).toHex(' '));
+        }
     }
 
     void takesAnyMessagesInAnyPieces()
@@ -78,7 +66,7 @@ private slots:
         for (int size = 1; size <= 300; ++size) {
             fixture f;
             for (int at = 0; at < stream.size(); at += size)
-                f.receive({stream.mid(at, size)});
+                f.line.receive(stream.mid(at, size));
             QVERIFY2(f.messages == expected, qPrintable(QString("pieces of %1 bytes").arg(size)));
         }
     }

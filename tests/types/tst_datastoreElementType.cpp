@@ -25,11 +25,9 @@ class tst_datastoreElementType : public QObject
 private slots:
     void valueAsNumberAndAsText()
     {
-        const QList<std::tuple<QVariant, double, const char *>> forms{{21.5, 21.5, "21.5"},
-            {0.5F, 0.5, "0.5"}, {1234567.0, 1234567.0, "1.23457e+06"}, {-7, -7.0, "-7"},
-            {0xFFFFFFFFU, 4294967295.0, "-1"}, {true, 1.0, "true"}, {false, 0.0, "false"},
-            {"3.25", 3.25, "3.25"}, {"100 %s %n", 0.0, "100 %s %n"}, {QVariant(), 0.0, ""},
-            {QVariantList{1, 2}, 0.0, ""}, {QByteArray("x"), 0.0, ""}};
+        const QList<std::tuple<QVariant, double, const char *>> forms{{1234567.0, 1234567.0, "1.23457e+06"},
+            {0.5F, 0.5, "0.5"}, {-7, -7.0, "-7"}, {0xFFFFFFFFU, 4294967295.0, "-1"}, {true, 1.0, "true"},
+            {"3.25", 3.25, "3.25"}, {"100 %s %n", 0.0, "100 %s %n"}, {QVariantList{1, 2}, 0.0, ""}};
         for (const auto &[value, number, text] : forms) {
             const datastoreElementType element(QStringLiteral("k"), value);
             QCOMPARE(element.exprDblValue, number);
@@ -54,22 +52,18 @@ private slots:
             QVERIFY(received.deserialise(bytes));
             QVERIFY(received.key == "t" && received.value.userType() == value.userType());
             QCOMPARE(received.value, value);
-            QCOMPARE(received.exprDblValue, 0.0); // Kept: the number is the store's business
         }
+        // Kept: texts are written as Latin-1 and read as UTF-8.
+        datastoreElementType text;
+        QVERIFY(
+            text.deserialise(datastoreElementType("t", QStringLiteral("21 \u00B0\x43 \u20AC")).serialise()));
+        QCOMPARE(text.value.toString(), QStringLiteral("21 \uFFFD\x43 ?"));
     }
 
-    void textsAreWrittenAsLatin1AndReadAsUtf8()
+    void refusesWhatIsCutChangedOrLying()
     {
-        const QString text = QString::fromUtf8("A long text, 21 \xC2\xB0\x43 \xE2\x82\xAC");
-        datastoreElementType received;
-        QVERIFY(received.deserialise(datastoreElementType(text, text).serialise()));
-        QCOMPARE(received.key, QString::fromUtf8("A long text, 21 \xEF\xBF\xBD\x43 ?"));
-        QCOMPARE(received.value.toString(), received.key);
-    }
-
-    void refusesWhatIsCutOrChanged()
-    {
-        const QByteArray whole = message(25, 1, 6, "\1\2\3\4\5\6\7\10");
+        const QByteArray value = integer(21.5);
+        const QByteArray whole = message(25, 1, 6, value);
         datastoreElementType held(QStringLiteral("k"), 7);
         for (int length = 0; length < whole.size(); ++length)
             QVERIFY2(!held.deserialise(whole.left(length)), QByteArray::number(length));
@@ -80,34 +74,14 @@ private slots:
             datastoreElementType other;
             QCOMPARE((covered ? held : other).deserialise(changed), !covered);
         }
+        for (const QByteArray &lying : {message(26, 1, 6, value), message(17, 1, 6, {}),
+                 message(0, 1, 6, value), message(0x80000019U, 1, 6, value), message(25, 9, 6, value),
+                 message(25, 0xFFFFFFFFU, 6, value), message(25, 0xFFFFFFF2U, 6, value),
+                 message(24, 1, 6, value.left(7)), message(25, 1, 12, value),
+                 message(25, 1, 0x7FFFFFFF, value)})
+            QVERIFY2(!held.deserialise(lying), lying.toHex());
         QVERIFY(held.key == "k" && held.value == 7);
-    }
-
-    void declaredLengthsAndTypes()
-    {
-        const QByteArray value = integer(21.5);
-        const QVariant refused;
-        const QList<QPair<QByteArray, QVariant>> rows{
-            {message(25, 1, 6, value + "more"), 21.5},
-            {message(26, 1, 6, value), refused},
-            {message(17, 1, 6, {}), refused},
-            {message(0, 1, 6, value), refused},
-            {message(0x80000019U, 1, 6, value), refused},
-            {message(25, 9, 6, value), refused},
-            {message(25, 0xFFFFFFFFU, 6, value), refused},
-            {message(25, 0xFFFFFFF2U, 6, value), refused},
-            {message(24, 1, 6, value.left(7)), refused},
-            {message(25, 1, 2, integer(5) + "rest"), 5},
-            {message(18, 1, 1, "\x80"), true},
-            {message(25, 1, 4, integer(-1LL)), -1LL},
-            {message(25, 1, 12, value), refused}, // holds a pointer
-            {message(25, 1, 0x7FFFFFFF, value), refused},
-        };
-        for (const auto &[bytes, expected] : rows) {
-            datastoreElementType received;
-            QVERIFY2(received.deserialise(bytes) == expected.isValid(), bytes.toHex());
-            QCOMPARE(received.value, expected);
-        }
+        QVERIFY(held.deserialise(message(25, 1, 2, integer(5) + "rest")) && held.value == 5);
     }
 };
 
