@@ -26,53 +26,44 @@ namespace {
 /// What a configuration file makes, without its threads. Every class of its kind reads an element, whatever
 /// type that names.
 struct installation {
-    explicit installation(const fuzzHost &host)
-        : m_host(host)
+    const fuzzHost &host;
+    datastore store;
+    timer water{&store, QStringLiteral("waterTimer"), QString(), nullptr, host};
+    timer heat{&store, QStringLiteral("heatTimer"), QString(), nullptr, host};
+    QList<interface *> lines;
+    std::vector<std::unique_ptr<QObject>> owned;
+
+    explicit installation(const fuzzHost &machine)
+        : host(machine)
     {
     }
-
+    template <class Device>
+    Device *configured(const QDomElement &element, Device *made)
+    {
+        owned.emplace_back(made);
+        made->configure(element);
+        return made;
+    }
     void read(const QDomElement &element)
     {
         const QString kind = element.tagName().toLower();
         if (kind == QLatin1String("interface"))
-            m_interfaces << make<i2cInterface>(element, m_host) << make<serialInterface>(element, m_host)
-                         << make<tcpInterface>(element, m_host);
+            lines << configured(element, new i2cInterface(host))
+                  << configured(element, new serialInterface(host))
+                  << configured(element, new tcpInterface(host));
         if (kind == QLatin1String("sampler")) {
-            make<iotHttpPost>(element, &m_store);
-            make<tcpSampler>(element, &m_store);
+            configured(element, new iotHttpPost(&store));
+            configured(element, new tcpSampler(&store));
         }
-        if (kind == QLatin1String("instrument"))
-            readInstruments(element);
-    }
-
-private:
-    template <class Device, class... Arguments>
-    Device *make(const QDomElement &element, Arguments &&...arguments)
-    {
-        auto made = std::make_unique<Device>(std::forward<Arguments>(arguments)...);
-        made->configure(element);
-        Device *const device = made.get();
-        m_owned.push_back(std::move(made));
-        return device;
-    }
-    void readInstruments(const QDomElement &element)
-    {
-        const QList<instrument *> devices{make<bme280>(element, &m_store, &m_interfaces, nullptr, m_host),
-            make<boilerSwitchBoard>(element, &m_store, &m_interfaces, nullptr, m_host),
-            make<ds18b20>(element, &m_store, &m_interfaces, nullptr, m_host),
-            make<internalInst>(element, &m_store, &m_interfaces, nullptr, m_host),
-            make<valve>(element, &m_store, &m_interfaces, nullptr),
-            make<controlLogic>(element, &m_store, &m_interfaces, &m_water, &m_heat, nullptr)};
+        if (kind != QLatin1String("instrument"))
+            return;
+        const QList<instrument *> devices{new bme280(&store, &lines, nullptr, host),
+            new boilerSwitchBoard(&store, &lines, nullptr, host), new ds18b20(&store, &lines, nullptr, host),
+            new internalInst(&store, &lines, nullptr, host), new valve(&store, &lines, nullptr),
+            new controlLogic(&store, &lines, &water, &heat, nullptr)};
         for (instrument *device : devices)
-            device->configureInstrument(element);
+            configured(element, device)->configureInstrument(element);
     }
-
-    const fuzzHost &m_host;
-    datastore m_store;
-    timer m_water{&m_store, QStringLiteral("waterTimer"), QString(), nullptr, m_host};
-    timer m_heat{&m_store, QStringLiteral("heatTimer"), QString(), nullptr, m_host};
-    QList<interface *> m_interfaces;
-    std::vector<std::unique_ptr<QObject>> m_owned;
 };
 }
 
@@ -85,18 +76,14 @@ extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
     return 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void fuzz(const QByteArray &input)
 {
-    const fuzzHost host(data, size);
+    const fuzzHost host(input);
     debugComponent log;
     const std::optional<QDomDocument> document = loadXmlFile(host.inputPath(), log);
-    if (!document) {
-        require(!log.lastLog().isEmpty());
-        return 0;
-    }
+    require(document || !log.lastLog().isEmpty());
+    const QDomElement root = document.value_or(QDomDocument()).documentElement();
     installation made(host);
-    for (QDomElement e = document->documentElement().firstChildElement(); !e.isNull();
-         e = e.nextSiblingElement())
+    for (QDomElement e = root.firstChildElement(); !e.isNull(); e = e.nextSiblingElement())
         made.read(e);
-    return 0;
 }

@@ -2,14 +2,13 @@
 #include "lib/communications/debugMessage.h"
 #include "tests/fuzz/fuzzHost.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void fuzz(const QByteArray &input)
 {
     debugMessage message;
-    require(message.parseMessage(bytesOf(data, size)));
+    require(message.parseMessage(input));
     message.printMessageDetails();
     // What a message holds never grows by being read.
-    require(
-        std::size_t(message.debugData.size() + message.componentName.size() + message.tag.size()) <= size);
+    require(message.debugData.size() + message.componentName.size() + message.tag.size() <= input.size());
 
     const QByteArray form
         = message.messageType == 1 ? message.createRegistrationMessage() : message.createDebugMessage();
@@ -19,5 +18,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (message.messageType == 0)
         require(again.timestamp == message.timestamp);
     message.createDataMessage(message.tag, message.debugData);
-    return 0;
 }

@@ -4,9 +4,8 @@
 
 #include <cmath>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void fuzz(const QByteArray &input)
 {
-    const std::optional<double> free = int_diskfree::percentFreeIn(bytesOf(data, size));
+    const std::optional<double> free = int_diskfree::percentFreeIn(input);
     require(!free || std::isfinite(*free));
-    return 0;
 }

@@ -2,21 +2,19 @@
 #include "lib/types/datastoreElementType.h"
 #include "tests/fuzz/fuzzHost.h"
 
-#include <algorithm>
-
 namespace {
 bool isAscii(const QString &text)
 {
-    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
+    return text.toLatin1() == text.toUtf8();
 }
 
 bool hasByteForm(const QVariant &value)
 {
-    constexpr int numbers[]
-        = {QMetaType::Bool, QMetaType::Int, QMetaType::UInt, QMetaType::Float, QMetaType::Double};
-    if (value.userType() == QMetaType::QString)
-        return !value.toString().isEmpty() && isAscii(value.toString());
-    return std::find(std::begin(numbers), std::end(numbers), value.userType()) != std::end(numbers);
+    const QString text = value.toString();
+    const QList<int> numbers{
+        QMetaType::Bool, QMetaType::Int, QMetaType::UInt, QMetaType::Float, QMetaType::Double};
+    const bool isText = value.userType() == QMetaType::QString && !text.isEmpty() && isAscii(text);
+    return isText || numbers.contains(value.userType());
 }
 
 void readElement(const QByteArray &message)
@@ -37,19 +35,15 @@ void readElement(const QByteArray &message)
 }
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void fuzz(const QByteArray &input)
 {
-    const QByteArray message = bytesOf(data, size);
-    readElement(message);
+    readElement(input);
     // Once more with start, length and checksum put right: chance never gets past them.
-    if (size < 8)
-        return 0;
-    QByteArray sealed = message;
-    const quint32 length = quint32(size);
-    sealed.replace(0, 2, "\xAB\xCD");
-    sealed.replace(2, 4, reinterpret_cast<const char *>(&length), sizeof length);
-    const quint16 checksum = datastoreElementType::checksum(sealed.left(sealed.size() - 2));
-    sealed.replace(sealed.size() - 2, 2, reinterpret_cast<const char *>(&checksum), sizeof checksum);
-    readElement(sealed);
-    return 0;
+    const quint32 length = quint32(input.size());
+    if (length < 8)
+        return;
+    const QByteArray sealed = "\xAB\xCD" + QByteArray(reinterpret_cast<const char *>(&length), sizeof length)
+        + input.mid(6, input.size() - 8);
+    const quint16 checksum = datastoreElementType::checksum(sealed);
+    readElement(sealed + QByteArray(reinterpret_cast<const char *>(&checksum), sizeof checksum));
 }

@@ -16,14 +16,12 @@ struct watchedParser : nativeTransferParser {
 };
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void fuzz(const QByteArray &input)
 {
-    if (size == 0)
-        return 0;
-    const fuzzHost host(data, size);
+    const fuzzHost host(input);
     fakeInterface link(QStringLiteral("link"), host);
     watchedParser cutter(&link, nullptr);
-    qint64 cut = 0;
+    int cut = 0;
     QObject::connect(&cutter, &parser::dataOut, &cutter, [&cut](const QByteArray &message) {
         cut += message.size();
         require(message.size() >= headerSize && message.startsWith("\xAB\xCD"));
@@ -32,12 +30,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     });
     emit link.interfaceConnected();
 
-    const QByteArray stream = bytesOf(data, size).mid(1);
-    const int readSize = data[0] + 1; // 1..256
-    for (int at = 0; at < stream.size(); at += readSize) {
-        link.receive(stream.mid(at, readSize));
+    const int readSize = input.isEmpty() ? 1 : quint8(input[0]) + 1; // 1..256
+    for (int at = 1; at < input.size(); at += readSize) {
+        link.receive(input.mid(at, readSize));
         require(cutter.waiting() <= bufferLimit);
     }
-    require(cut <= stream.size());
-    return 0;
+    require(cut <= input.size());
 }

@@ -5,13 +5,12 @@
 
 #include <QDomDocument>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void fuzz(const QByteArray &input)
 {
-    const fuzzHost host(data, size);
+    const fuzzHost host(input);
     timer programme(nullptr, QStringLiteral("heatTimer"), host.inputPath(), nullptr, host);
     programme.readCtrlFile();
     const bool on = programme.isOn();
     require(on == (programme.operationText() != QLatin1String("Off")));
     programme.takeSample();
-    return 0;
 }

@@ -5,9 +5,9 @@
 
 #include <cmath>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+void fuzz(const QByteArray &input)
 {
-    const fuzzHost host(data, size);
+    const fuzzHost host(input);
     ds18b20 sensor(nullptr, nullptr, nullptr, host);
     int published = 0;
     QObject::connect(
@@ -18,5 +18,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     sensor.takeSample();
     // Either a value or a reason why there is none.
     require(published == (sensor.debug->lastLog().isEmpty() ? 1 : 0));
-    return 0;
 }
