@@ -39,6 +39,9 @@ class tst_debugClients : public QObject
 {
     Q_OBJECT
 private slots:
+    // Qt warns of a socket that is used on a wrong thread.
+    void initTestCase() { qputenv("QT_FATAL_WARNINGS", "1"); }
+
     void terminalLinesOfTheWantedLevels()
     {
         const char *const colours[] = {"36", "35", "34", "32", "02"};
