@@ -67,7 +67,8 @@ private slots:
         QCOMPARE(f.created(1), QString("Thingsboard Sampler, TCP Sampler"));
         QCOMPARE(f.created(2),
             QString("Boiler Switch Board*, Boiler Switch Board*, Boiler Switch Board*, Control Logic, "
-                    "Valve logic, DS18B20, DS18B20, BME-280 Sensor*, Internal Sensors"));
+                    "Valve logic, DS18B20, DS18B20, BME-280 Sensor*, Internal Sensors, "
+                    "Internal Sensors"));
     }
 
     void givesEveryInstrumentAThreadOfItsOwn()
