@@ -4,6 +4,7 @@
 //   grab FILE     writes a picture of the message box that is open, else of the main window
 //   click TEXT    clicks the visible button with that text, or opens the tab of that name
 //   click BOX/TEXT  the same inside the group box with the title BOX
+//   where ...     as click, but only answers with the place on the screen: "ok X Y"
 //   choose TEXT   selects the visible combo box's entry
 //   dump          class, text and state of every visible widget
 //   close         closes the main window
@@ -12,6 +13,7 @@
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
+#include <QListView>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QMouseEvent>
@@ -39,6 +41,8 @@ __attribute__((constructor)) void leaveChildrenAlone()
 
 QWidget *shown()
 {
+    if (QWidget *list = QApplication::activePopupWidget())
+        return list;
     if (QWidget *modal = QApplication::activeModalWidget())
         return modal;
     QWidget *largest = nullptr;
@@ -68,30 +72,82 @@ QWidget *box(QWidget *in, const QString &title)
     return nullptr;
 }
 
-bool click(QWidget *in, QString text)
+/// Where to press.
+struct spot {
+    QWidget *widget = nullptr;
+    QPoint at;
+};
+
+spot findTab(QWidget *in, const QString &text)
+{
+    for (QTabBar *tabs : in->findChildren<QTabBar *>()) {
+        for (int i = 0; tabs->isVisible() && i < tabs->count(); ++i) {
+            if (tabs->tabText(i).remove('&') == text)
+                return {tabs, tabs->tabRect(i).center()};
+        }
+    }
+    return {};
+}
+
+spot findSelector(QWidget *in, const QString &text)
+{
+    for (QComboBox *combo : in->findChildren<QComboBox *>()) {
+        if (combo->isVisible() && combo->currentText() == text)
+            return {combo, combo->rect().center()};
+    }
+    return {};
+}
+
+/// In the list of a selector that was pressed.
+spot findEntry(QWidget *in, const QString &text)
+{
+    for (QListView *list : in->findChildren<QListView *>()) {
+        const QModelIndexList found = list->model()->match(
+            list->model()->index(0, list->modelColumn()), Qt::DisplayRole, text, 1, Qt::MatchExactly);
+        if (list->isVisible() && !found.isEmpty())
+            return {list->viewport(), list->visualRect(found.first()).center()};
+    }
+    return {};
+}
+
+spot findButton(QWidget *in, const QString &text)
+{
+    for (QAbstractButton *b : in->findChildren<QAbstractButton *>()) {
+        // A check box answers at its box, not in the middle of its width.
+        if (b->isVisible() && b->text().remove('&') == text)
+            return {b, QPoint(qMin(b->width(), b->height()) / 2, b->height() / 2)};
+    }
+    return {};
+}
+
+spot find(QWidget *in, QString text)
 {
     if (const int slash = text.indexOf('/'); slash > 0) {
         in = box(in, text.left(slash));
         text = text.mid(slash + 1);
     }
-    if (!in)
-        return false;
-    for (QAbstractButton *b : in->findChildren<QAbstractButton *>()) {
-        if (b->isVisible() && b->text().remove('&') == text) {
-            // A check box answers at its box, not in the middle of its width.
-            press(b, QPoint(qMin(b->width(), b->height()) / 2, b->height() / 2));
-            return true;
-        }
+    for (spot (*const look)(QWidget *, const QString &) : {findButton, findTab, findSelector, findEntry}) {
+        if (const spot found = in ? look(in, text) : spot(); found.widget)
+            return found;
     }
-    for (QTabBar *tabs : in->findChildren<QTabBar *>()) {
-        for (int i = 0; tabs->isVisible() && i < tabs->count(); ++i) {
-            if (tabs->tabText(i).remove('&') == text) {
-                press(tabs, tabs->tabRect(i).center());
-                return true;
-            }
-        }
-    }
-    return false;
+    return {};
+}
+
+bool click(QWidget *in, const QString &text)
+{
+    const spot target = find(in, text);
+    if (target.widget)
+        press(target.widget, target.at);
+    return target.widget;
+}
+
+QByteArray whereIs(QWidget *in, const QString &text)
+{
+    const spot target = find(in, text);
+    if (!target.widget)
+        return "error: not found: " + text.toUtf8();
+    const QPoint at = target.widget->mapToGlobal(target.at);
+    return "ok " + QByteArray::number(at.x()) + ' ' + QByteArray::number(at.y());
 }
 
 bool choose(QWidget *in, const QString &text)
@@ -137,6 +193,8 @@ QByteArray answer(const QByteArray &line)
     bool done = true;
     if (word == "dump")
         return dump(w);
+    if (word == "where")
+        return whereIs(w, text);
     if (word == "grab")
         done = w->grab().save(text, "PNG");
     else if (word == "click")
