@@ -1,6 +1,5 @@
 #include "lib/interfaces/gpioInterface.h"
 
-#include "lib/communications/debugComponent.h"
 #include "tests/support/fakeHost.h"
 
 #include <QTest>
@@ -38,21 +37,6 @@ private slots:
         }
         QVERIFY(!f.tested.set(-1, true)); // no pin assigned
         QCOMPARE(f.file("export"), QByteArray("17\n"));
-    }
-
-    void reportsTheFileThatFails()
-    {
-        const QList<QPair<const char *, QString>> rows{{"export", "Could not open export (GPIO17)"},
-            {"gpio17/direction", "Could not set pin direction (GPIO17)"},
-            {"gpio17/value", "Could not set pin value (GPIO17)"}};
-        for (const auto &[blocked, message] : rows) {
-            fixture f;
-            f.write(gpio + blocked + "/in/the/way", "");
-            bool value = true;
-            QVERIFY(!f.tested.get(17, &value) && value);
-            QVERIFY(!f.tested.set(17, true));
-            QCOMPARE(f.tested.debug->lastLog(), message);
-        }
     }
 };
 

@@ -26,7 +26,6 @@ public:
     int opens() const { return m_opens; }
     /// Whether everything that was opened has been closed.
     bool isFree() const { return m_selected.empty(); }
-    QByteArray lastPath() const { return m_lastPath; }
     /// Every write that reached a chip as on the wire, "30:3101 30:4100", since the last call.
     QString takeTraffic();
 
@@ -49,7 +48,6 @@ private:
     mutable std::map<int, chip> m_chips;   // by address
     mutable std::map<int, int> m_selected; // open descriptor to address
     mutable QStringList m_traffic;
-    mutable QByteArray m_lastPath;
     mutable int m_opens = 0;
 };
 

@@ -100,19 +100,6 @@ private slots:
         f.tested.powerOff();
         QCOMPARE(f.published.take(), switchedOn);
     }
-
-    void sharesWithItsCopyWhateverEndsFirst()
-    {
-        fixture f("");
-        {
-            fixture origin("<on><mode>1</mode></on><off><rule><expression>a</expression></rule></off>");
-            origin.tested.start();
-            f.tested.copyPowerControl(&origin.tested);
-        }
-        f.tested.setDataStore(&f.store);
-        f.store.store("a", 0);
-        QVERIFY(f.tested.isPowered() && f.tested.offTimer());
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_powerControl)
