@@ -77,7 +77,7 @@ private slots:
         QVERIFY(run.start());
         const int port = streamPort(run);
         std::vector<std::unique_ptr<QTcpSocket>> sleepers; // never read
-        for (int i = 0; i < 20; ++i) {
+        for (int i = 0; i < 100; ++i) {
             sleepers.push_back(client(port));
             QCOMPARE(sleepers.back()->state(), QAbstractSocket::ConnectedState);
             const auto talker = client(port);
