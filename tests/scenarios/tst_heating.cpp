@@ -169,7 +169,7 @@ private slots:
 
     void keepsTheBoilerSafeThroughAThousandChanges()
     {
-        const installationPace pace{50, 20, 300, 300, 1000};
+        const installationPace pace{40, 20, 400, 400, 1000};
         scenario run;
         run.write(QStringLiteral("config/heatTimer.xml"),
             "<heatingtimer><period><starthour>6</starthour><duration>120</duration></period></heatingtimer>");
@@ -189,10 +189,9 @@ private slots:
                 const QByteArray which = what < 6 ? "room" : "tank";
                 run.tell("thermostat " + which + (dice.bounded(4) ? " on" : " off"));
             }
-            if (dice.bounded(
-                    3)) // changes come in bursts, and now and then there is time for everything to settle
+            if (dice.bounded(4)) // changes come in bursts, and now and then there is time for all to settle
                 continue;
-            const int until = run.values.count(sample) + (dice.bounded(10) ? 1 + dice.bounded(2) : 25);
+            const int until = run.values.count(sample) + (dice.bounded(12) ? 1 + dice.bounded(2) : 25);
             QVERIFY(scenario::waitFor([&] { return run.values.count(sample) >= until; }));
         }
         run.setWallClock(clockAt(6, 30));

@@ -6,7 +6,7 @@
 #include <memory>
 
 namespace {
-constexpr int factor = 10; // the controller's clocks run so much faster: a send tick takes 3 s
+constexpr int factor = 20; // the controller's clocks run so much faster: a send tick takes 1.5 s
 constexpr int patienceMs = 60000;
 constexpr int messages = 5;
 const QString sense = QStringLiteral("thermostatPower1Sense");
@@ -14,7 +14,8 @@ const QString sense = QStringLiteral("thermostatPower1Sense");
 /// The controller with one switch board and an uploader that sends what the room thermostat does.
 struct uploads {
     scenario run;
-    std::unique_ptr<thingsboardRig> server = std::make_unique<thingsboardRig>();
+    std::unique_ptr<thingsboardRig> server
+        = std::make_unique<thingsboardRig>(QStringList(), scenario::freePort());
     QByteArrayList earlier; // what servers before this one have accepted
     const int port = server->port;
 
@@ -22,7 +23,7 @@ struct uploads {
     {
         run.configure("<interface type='i2c'><name>bus</name><device>/dev/i2c-2</device></interface>"
                       "<instrument type='boilerswitchboard'><dataprepend>thermostat</dataprepend>"
-                      "<interface>bus</interface><period>400</period></instrument>"
+                      "<interface>bus</interface><period>800</period></instrument>"
                       "<sampler type='thingsboardjson'><uri>"
             + server->address().toLatin1()
             + "/api/v1/$APIKEY/telemetry</uri><apikey>tok</apikey><period>3600000</period>"

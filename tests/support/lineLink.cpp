@@ -4,7 +4,7 @@
 #include <QTest>
 
 namespace {
-constexpr int answerTimeoutMs = 10000;
+constexpr int answerTimeoutMs = 30000;
 }
 
 bool lineLink::connectTo(const QString &path, int timeoutMs)

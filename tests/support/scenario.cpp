@@ -9,19 +9,11 @@
 #include <cstdio>
 
 namespace {
-constexpr int startTimeoutMs = 20000;
-constexpr int endTimeoutMs = 20000;
+constexpr int startTimeoutMs = 60000;
+constexpr int endTimeoutMs = 60000;
 const QString binaries = QStringLiteral(CALORIX_BIN_DIR);
 const QString libraries = QStringLiteral(CALORIX_LIB_DIR);
 const QString sources = QStringLiteral(CALORIX_SOURCE_DIR);
-
-/// A port that was free a moment ago.
-quint16 freePort()
-{
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort();
-}
 
 QString fakeClockLibrary()
 {
@@ -97,6 +89,20 @@ void scenario::write(const QString &name, const QByteArray &content) const
     std::rename(QFile::encodeName(next.fileName()).constData(), QFile::encodeName(path(name)).constData());
 }
 
+quint16 scenario::freePort()
+{
+    constexpr int first = 20000;
+    constexpr int ports = 12000; // below those that Linux hands out by itself
+    constexpr int perProcess = 32;
+    static int used = 0;
+    QTcpServer probe;
+    quint16 port = 0;
+    do
+        port = quint16(first + (QCoreApplication::applicationPid() * perProcess + used++) % ports);
+    while (!probe.listen(QHostAddress::LocalHost, port));
+    return port;
+}
+
 void scenario::configure(const QByteArray &elements)
 {
     m_port = freePort();
@@ -150,10 +156,10 @@ void scenario::setWallClock(const QDateTime &instant)
     m_environment.insert(QStringLiteral("FAKETIME_DONT_FAKE_MONOTONIC"), QStringLiteral("1"));
 }
 
-bool scenario::startDevices()
+bool scenario::startDevices(const QStringList &options)
 {
     m_devices.setProcessEnvironment(m_environment);
-    m_devices.start(binaries + QStringLiteral("/calorix-sim"), QStringList());
+    m_devices.start(binaries + QStringLiteral("/calorix-sim"), options);
     if (!m_devices.waitForStarted()
         || !m_simulator.connectTo(path(QStringLiteral("machine/control.sock")), startTimeoutMs))
         return false;

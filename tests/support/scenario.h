@@ -26,6 +26,8 @@ struct installationPace {
 class scenario
 {
 public:
+    /// What a busy machine may take for anything; only a failure takes so long.
+    static constexpr int patienceMs = 30000;
     /// A change of a relay, seconds on the simulator's clock.
     struct relayChange {
         double at;
@@ -39,6 +41,8 @@ public:
     QString path(const QString &name) const { return m_folder.filePath(name); }
     void write(const QString &name, const QByteArray &content) const;
 
+    /// A port that nobody listens at and that nobody gets by chance; another one for every test process.
+    static quint16 freePort();
     /// config.xml: the elements inside the root, and a TCP sampler that shows what is published.
     void configure(const QByteArray &elements);
     /// Three switch boards, control and valve logic as in a real house.
@@ -53,7 +57,8 @@ public:
     void setWallClock(const QDateTime &instant);
     void setVariable(const QString &name, const QString &value) { m_environment.insert(name, value); }
 
-    bool startDevices();
+    /// \a options for the simulator.
+    bool startDevices(const QStringList &options = {});
     /// Starts it and waits for its window; \a arguments after "-c FOLDER/".
     bool startController(const QStringList &arguments = {});
     /// Both, and the stream of published values.
@@ -64,9 +69,9 @@ public:
     /// Sends a command to the controller's window.
     QByteArray puppet(const QByteArray &command);
 
-    static bool waitFor(const std::function<bool()> &condition, int timeoutMs = 10000);
-    bool waitForLog(const QByteArray &text, int timeoutMs = 10000);
-    bool waitForRelays(const QByteArray &state, int timeoutMs = 10000);
+    static bool waitFor(const std::function<bool()> &condition, int timeoutMs = patienceMs);
+    bool waitForLog(const QByteArray &text, int timeoutMs = patienceMs);
+    bool waitForRelays(const QByteArray &state, int timeoutMs = patienceMs);
 
     /// What the controller printed, without colours.
     QByteArray log();
