@@ -19,6 +19,8 @@ const commands::command commands::table[] = {
     {"reply", 4, 4, &commands::setReply, "reply BUS ADDRESS REGISTER HEX|none", "what a register reads as"},
     {"file", 2, 3, &commands::setFile, "file 28-...|loadavg|temp KIND",
         "KIND: good, crc, cut, garbled, empty, absent, slow MS"},
+    {"link", 2, 3, &commands::setLink, "link serial|tcp KIND",
+        "KIND: good, noise, split, cut, absent, every MS; needs --pty or --tcp-peer"},
     {"gpio", 1, 2, &commands::usePin, "gpio PIN [0|1|absent|present]", "read a pin, drive it, take it away"},
     {"speed", 1, 1, &commands::setSpeed, "speed FACTOR", "of the house against the clock"},
     {"time", 0, 0, &commands::showTime, "time", "seconds since the start"},
@@ -192,6 +194,11 @@ QByteArray commands::setFault(const QStringList &words)
     if (words == QStringList{noneWord}) {
         m_target.buses.faults.clearAll();
         m_target.files.allGood();
+        QString why;
+        for (elementPeer *peer : {m_target.serial.get(), m_target.tcp.get()}) {
+            if (peer && !peer->setCondition(elementPeer::good, &why))
+                return error(why);
+        }
         return ok();
     }
     // fault BUS KIND..., or fault BUS ADDRESS KIND...
@@ -232,6 +239,28 @@ QByteArray commands::setFile(const QStringList &words)
     const int delay = condition == kernelFiles::slow ? number(words.value(2)) : 0;
     if (!condition || delay < 0 || !m_target.files.setCondition(words[0], *condition, delay))
         return error(QStringLiteral("no such file or condition: %1").arg(words.join(' ')));
+    return ok();
+}
+
+QByteArray commands::setLink(const QStringList &words)
+{
+    const bool isTcp = words[0] == QLatin1String("tcp");
+    elementPeer *const peer = isTcp ? m_target.tcp.get() : m_target.serial.get();
+    if (!isTcp && words[0] != QLatin1String("serial"))
+        return error(QStringLiteral("no link \"%1\", there are serial and tcp").arg(words[0]));
+    if (!peer)
+        return error(QStringLiteral("no %1 link here, start with %2")
+                         .arg(words[0], isTcp ? QStringLiteral("--tcp-peer") : QStringLiteral("--pty")));
+    const bool setsPeriod = words[1] == QLatin1String("every");
+    const int period = number(words.value(2));
+    const auto condition = elementPeer::findCondition(words[1]);
+    if (setsPeriod ? period <= 0 : !condition || words.size() > 2)
+        return error(QStringLiteral("no such condition or period: %1").arg(words.join(' ')));
+    QString why;
+    if (setsPeriod)
+        peer->setPeriod(period);
+    else if (!peer->setCondition(*condition, &why))
+        return error(why);
     return ok();
 }
 

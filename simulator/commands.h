@@ -49,6 +49,7 @@ private:
     QByteArray setFault(const QStringList &words);
     QByteArray setReply(const QStringList &words);
     QByteArray setFile(const QStringList &words);
+    QByteArray setLink(const QStringList &words);
     QByteArray usePin(const QStringList &words);
     QByteArray setSpeed(const QStringList &words);
     QByteArray showTime(const QStringList &);

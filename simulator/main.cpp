@@ -21,6 +21,8 @@ struct options {
     QString root;
     QString script;
     QString log;
+    QString tcpPeer;
+    QString terminal;
     double speed = 1.0;
     bool narrates = false;
     QString askAt;
@@ -53,6 +55,13 @@ options readOptions(const QCoreApplication &app)
             QStringLiteral("FILE")},
         {QStringLiteral("speed"), QStringLiteral("How much faster than the clock the house changes."),
             QStringLiteral("FACTOR"), QStringLiteral("1")},
+        {QStringLiteral("tcp-peer"),
+            QStringLiteral("Another controller that sends store elements to clients of 127.0.0.1:PORT."),
+            QStringLiteral("PORT")},
+        {QStringLiteral("pty"),
+            QStringLiteral(
+                "Another controller that sends store elements on a serial line, whose device file is PATH."),
+            QStringLiteral("PATH")},
         {QStringLiteral("ask"),
             QStringLiteral(
                 "Send the words that follow as one command to a running simulator's or puppet's socket, "
@@ -62,7 +71,8 @@ options readOptions(const QCoreApplication &app)
     });
     parser.process(app);
     return {parser.value(QStringLiteral("dir")), parser.value(QStringLiteral("script")),
-        parser.value(QStringLiteral("log")), parser.value(QStringLiteral("speed")).toDouble(),
+        parser.value(QStringLiteral("log")), parser.value(QStringLiteral("tcp-peer")),
+        parser.value(QStringLiteral("pty")), parser.value(QStringLiteral("speed")).toDouble(),
         parser.isSet(QStringLiteral("narrate")), parser.value(QStringLiteral("ask")),
         parser.positionalArguments()};
 }
@@ -97,6 +107,16 @@ int ask(const options &o)
     return answer.startsWith("error") ? 1 : 0;
 }
 
+/// The far ends of links; false, with the reason, when one cannot be made.
+bool addPeers(simulation &devices, const options &o, QString *why)
+{
+    const int port = o.tcpPeer.toInt();
+    *why = QStringLiteral("--tcp-peer takes a port from 1 to 65535");
+    if (!o.tcpPeer.isEmpty() && (port < 1 || port > 65535 || !devices.addTcpPeer(quint16(port), why)))
+        return false;
+    return o.terminal.isEmpty() || devices.addSerialPeer(o.terminal, why);
+}
+
 int run(QCoreApplication &app, const options &o)
 {
     QString why;
@@ -108,6 +128,8 @@ int run(QCoreApplication &app, const options &o)
     devices.setSpeed(o.speed);
     if (!o.log.isEmpty() && !devices.log.open(o.log))
         return refuse(QStringLiteral("cannot write %1").arg(o.log));
+    if (!addPeers(devices, o, &why))
+        return refuse(why);
     commands language(devices);
     script timed(language);
     if (!o.script.isEmpty() && !timed.load(o.script, &why))

@@ -53,6 +53,18 @@ bool simulation::start(QString *why)
     return true;
 }
 
+bool simulation::addTcpPeer(quint16 port, QString *why)
+{
+    tcp = std::make_unique<elementPeer>(QStringLiteral("tcp"), house, log);
+    return tcp->listenAt(port, why);
+}
+
+bool simulation::addSerialPeer(const QString &link, QString *why)
+{
+    serial = std::make_unique<elementPeer>(QStringLiteral("serial"), house, log);
+    return serial->makeTerminal(link, why);
+}
+
 plant::supply simulation::relays() const
 {
     return {m_control.relay(1), m_control.relay(2), m_valve.relay(1), m_valve.relay(2)};

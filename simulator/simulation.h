@@ -2,6 +2,7 @@
 #define SIMULATION_H
 
 #include "simulator/busServer.h"
+#include "simulator/elementPeer.h"
 #include "simulator/environmentSensor.h"
 #include "simulator/eventLog.h"
 #include "simulator/gpioPins.h"
@@ -35,6 +36,9 @@ public:
     bool start(QString *why);
 
     void setSpeed(double factor) { m_speed = factor; }
+    /// Adds the far end of a link to other controllers; false, with the reason, when it cannot be made.
+    bool addTcpPeer(quint16 port, QString *why);
+    bool addSerialPeer(const QString &link, QString *why);
     /// Sensors feel the plant as it is now; to be called after changing it.
     void wire();
     /// What the relays feed.
@@ -45,6 +49,8 @@ public:
     busServer buses{log};
     kernelFiles files;
     gpioPins pins;
+    std::unique_ptr<elementPeer> tcp;    ///< null unless asked for
+    std::unique_ptr<elementPeer> serial; ///< null unless asked for
 
 signals:
     /// After every step of the plant, and after wire().

@@ -1,0 +1,152 @@
+#include "lib/communications/debugComponent.h"
+#include "lib/instruments/nativeTransferInstrument.h"
+#include "lib/interfaces/serialInterface.h"
+#include "lib/interfaces/tcpInterface.h"
+#include "lib/types/datastore.h"
+#include "tests/support/launch.h"
+#include "tests/support/scenario.h"
+
+#include <QThread>
+#include <QtTest>
+
+namespace {
+/// A link's near end, as the controller would use it: interface and instrument on a thread of their own, the
+/// store here. The far end is the simulator's.
+struct link {
+    scenario run;
+    datastore store;
+    QByteArray name;
+    std::unique_ptr<interface> line;
+    QList<interface *> lines;
+    std::unique_ptr<nativeTransferInstrument> device;
+    QThread thread;
+    int lastCount = 0;
+
+    explicit link(const QByteArray &name)
+        : name(name)
+    {
+    }
+    ~link()
+    {
+        thread.quit();
+        thread.wait();
+    }
+    bool start()
+    {
+        const QByteArray port = QByteArray::number(scenario::freePort());
+        const QString path = run.path(QStringLiteral("line"));
+        if (!run.startDevices({"--tcp-peer", port, "--pty", path}))
+            return false;
+        run.tell("fix outsideTemperature 12.5");
+        run.tell("thermostat room on");
+        run.tell("link " + name + " every 100");
+        if (name == "tcp")
+            line = std::make_unique<tcpInterface>();
+        else
+            line = std::make_unique<serialInterface>();
+        line->configure(xml("<interface><name>far</name><device>" + QFile::encodeName(path)
+            + "</device><mode>client</mode><ip>127.0.0.1</ip><port>" + port + "</port></interface>"));
+        lines = {line.get()};
+        device = std::make_unique<nativeTransferInstrument>(&store, &lines, nullptr);
+        device->configure(xml("<instrument><interface>far</interface></instrument>"));
+        device->moveToThread(&thread);
+        QObject::connect(&thread, &QThread::started, device.get(), &nativeTransferInstrument::start);
+        return true;
+    }
+    /// Opens it as an instrument does; on the thread that uses it.
+    bool open()
+    {
+        return onItsThread([this] { return line->open(QIODevice::ReadWrite); });
+    }
+    bool isOpen()
+    {
+        return onItsThread([this] { return line->isOpen(); });
+    }
+    bool onItsThread(const std::function<bool()> &work)
+    {
+        bool result = false;
+        QMetaObject::invokeMethod(
+            device.get(), [&] { result = work(); }, Qt::BlockingQueuedConnection);
+        return result;
+    }
+    QVariant value(const char *key) const { return store.query(QString::fromLatin1(name + key)); }
+    /// More than \a rounds rounds arrive, with the house's values.
+    bool brings(int rounds)
+    {
+        const int before = value("Count").toInt();
+        return scenario::waitFor([&] { return value("Count").toInt() > before + rounds; })
+            && value("OutsideTemperature") == QVariant(12.5) && value("RoomCalls") == QVariant(true);
+    }
+};
+}
+
+/// Elements from other controllers over both kinds of link, whatever happens to them on the way.
+class tst_links : public QObject
+{
+    Q_OBJECT
+private slots:
+    void carriesTheValues_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<QByteArray>("condition");
+        for (const char *name : {"serial", "tcp"}) {
+            for (const char *condition : {"good", "noise", "split", "cut"})
+                QTest::addRow("%s %s", name, condition) << QByteArray(name) << QByteArray(condition);
+        }
+    }
+    void carriesTheValues()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(QByteArray, condition);
+        link far(name);
+        QVERIFY(far.start());
+        far.run.tell("link " + name + ' ' + condition);
+        far.thread.start();
+        QVERIFY(far.brings(5));
+        // Nothing but what was sent, each key whole.
+        QStringList keys = far.store.getKeys();
+        keys.sort();
+        const QString prefix = QString::fromLatin1(name);
+        QCOMPARE(keys,
+            (QStringList{prefix + "Count", prefix + "OutsideTemperature", prefix + "RoomCalls",
+                prefix + "RoomTemperature", prefix + "TankTemperature"}));
+        far.run.tell("link " + name + " good");
+        QVERIFY(far.brings(3));
+    }
+
+    void comesBackAfterBeingUnplugged_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("serial") << QByteArray("serial");
+        QTest::newRow("tcp") << QByteArray("tcp");
+    }
+    void comesBackAfterBeingUnplugged()
+    {
+        QFETCH(QByteArray, name);
+        link far(name);
+        QVERIFY(far.start());
+        far.run.tell("link " + name + " absent");
+        far.thread.start();
+        QVERIFY(!far.open() && !far.isOpen()); // absent from the start
+        far.run.tell("link " + name + " good");
+        QVERIFY(far.open() && far.brings(3));
+
+        far.run.tell("link " + name + " absent");
+        if (name == "tcp") {
+            QVERIFY(scenario::waitFor([&] { return !far.isOpen(); }));
+            QVERIFY(!far.open());
+        } else {
+            // Nobody notices that a serial line is gone; it has to be closed before it can be opened again.
+            QVERIFY(far.open());
+            far.onItsThread([&] { return far.line->close(), true; });
+            QVERIFY(!far.open());
+        }
+        const int before = far.value("Count").toInt();
+        far.run.tell("link " + name + " good");
+        QVERIFY(far.open() && far.brings(3));
+        QVERIFY(far.value("Count").toInt() > before);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_links)
+#include "tst_links.moc"
