@@ -2,6 +2,10 @@
 
 #include "simulator/simulation.h"
 
+namespace {
+constexpr int mostWords = 100;
+}
+
 const commands::command commands::table[] = {
     {"help", 0, 0, &commands::showHelp, "help", "this list"},
     {"thermostat", 2, 2, &commands::setThermostat, "thermostat room|tank on|off|auto",
@@ -24,6 +28,7 @@ const commands::command commands::table[] = {
     {"gpio", 1, 2, &commands::usePin, "gpio PIN [0|1|absent|present]", "read a pin, drive it, take it away"},
     {"speed", 1, 1, &commands::setSpeed, "speed FACTOR", "of the house against the clock"},
     {"time", 0, 0, &commands::showTime, "time", "seconds since the start"},
+    {"say", 1, mostWords, &commands::say, "say WORDS", "passed on by --narrate"},
     {"quit", 0, 0, &commands::quit, "quit", "ends the simulator"},
 };
 
@@ -294,6 +299,12 @@ QByteArray commands::setSpeed(const QStringList &words)
 QByteArray commands::showTime(const QStringList &)
 {
     return ok(QByteArray::number(m_target.log.seconds(), 'f', 6));
+}
+
+QByteArray commands::say(const QStringList &words)
+{
+    emit said(words.join(' '));
+    return ok();
 }
 
 QByteArray commands::quit(const QStringList &)

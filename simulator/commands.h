@@ -25,6 +25,8 @@ public:
 
 signals:
     void quitRequested();
+    /// For the narrator.
+    void said(QString text);
 
 private:
     struct command {
@@ -53,6 +55,7 @@ private:
     QByteArray usePin(const QStringList &words);
     QByteArray setSpeed(const QStringList &words);
     QByteArray showTime(const QStringList &);
+    QByteArray say(const QStringList &words);
     QByteArray quit(const QStringList &);
 
     simulation &m_target;

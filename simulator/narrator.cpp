@@ -73,7 +73,7 @@ void narrator::tellTemperatures()
             .arg(house.value(plant::systemPressure), 0, 'f', 2));
 }
 
-void narrator::say(const QString &text) const
+void narrator::say(const QString &text)
 {
     std::printf("%s  HOUSE  %s\n", qPrintable(QTime::currentTime().toString(QStringLiteral("hh:mm:ss"))),
         qPrintable(text));

@@ -16,6 +16,8 @@ public:
     /// \a observed must outlive the narrator.
     explicit narrator(simulation &observed);
 
+    static void say(const QString &text);
+
 private:
     struct scene {
         bool room = false, tank = false, pump = false, boiler = false, mid = false, full = false;
@@ -26,7 +28,6 @@ private:
     void tellDemands(const scene &s);
     void tellMachines(const scene &s);
     void tellTemperatures();
-    void say(const QString &text) const;
 
     simulation &m_observed;
     scene m_last;

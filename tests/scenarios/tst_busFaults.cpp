@@ -102,11 +102,7 @@ private slots:
     void initTestCase()
     {
         m_run = std::make_unique<scenario>();
-        m_run->configure(scenario::installation({50, 50, 50, 50, 75})
-            + "<interface type=\"i2c\"><name>air</name><device>/dev/i2c-1</device></interface>"
-              "<instrument type=\"bme280\"><interface>air</interface><period>150</period></instrument>"
-              "<instrument type=\"internal\"><period>75</period><sensor type=\"cpu\"/>"
-              "<sensor type=\"temperature\"><zone name=\"board\">0</zone></sensor></instrument>");
+        m_run->configure(scenario::installation({50, 50, 50, 50, 75}) + scenario::furnishings(125));
         QVERIFY(m_run->start());
         QVERIFY(m_run->waitForLog("Added \"SysTemperature\""));
         QVERIFY(letPass(*m_run, 2));

@@ -29,6 +29,12 @@ const QList<QVariant> &publishedValues::all(const QString &key)
     return m_values[key];
 }
 
+const QList<qint64> &publishedValues::times(const QString &key)
+{
+    take();
+    return m_times[key];
+}
+
 QVariant publishedValues::last(const QString &key)
 {
     const QList<QVariant> &values = all(key);
@@ -47,10 +53,12 @@ void publishedValues::take()
             break;
         datastoreElementType element;
         const bool isElement = length >= headerSize && element.deserialise(m_buffer.mid(at, int(length)));
-        if (isElement)
+        if (isElement) {
             m_values[element.key].append(element.value);
-        else
+            m_times[element.key].append(now());
+        } else {
             ++m_garbage;
+        }
         at += isElement ? int(length) : 1;
     }
     m_buffer.remove(0, at);

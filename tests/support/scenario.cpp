@@ -131,6 +131,16 @@ QByteArray scenario::installation(const installationPace &pace)
         + oneWire("return", "28-0000000000a2", pace.sensors);
 }
 
+QByteArray scenario::furnishings(int period)
+{
+    const QByteArray pace = element("period", QByteArray::number(period));
+    return "<interface type=\"i2c\"><name>air</name><device>/dev/i2c-1</device></interface>"
+           "<instrument type=\"bme280\"><interface>air</interface>"
+        + pace + "</instrument><instrument type=\"internal\">" + pace
+        + "<sensor type=\"cpu\"/><sensor type=\"mem\"/>"
+          "<sensor type=\"temperature\"><zone name=\"board\">0</zone></sensor></instrument>";
+}
+
 QByteArray scenario::programme(bool allDay)
 {
     return element("heatingtimer",

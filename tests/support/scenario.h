@@ -47,6 +47,8 @@ public:
     void configure(const QByteArray &elements);
     /// Three switch boards, control and valve logic as in a real house.
     static QByteArray installation(const installationPace &pace = {});
+    /// The rest of its devices: the BME280 on the first bus, and the controller board itself.
+    static QByteArray furnishings(int period);
     /// A control file that is on all day, or never.
     static QByteArray programme(bool allDay);
     /// "heatTimer.xml" and "waterTimer.xml".
