@@ -137,12 +137,12 @@ int run(QCoreApplication &app, const options &o)
     QObject::connect(&timed, &script::failed, [](const QByteArray &line, const QByteArray &answer) {
         std::fprintf(stderr, "calorix-sim: %s: %s\n", line.constData(), answer.constData());
     });
-    std::unique_ptr<narrator> speaker;
-    if (o.narrates) {
-        speaker = std::make_unique<narrator>(devices);
-        QObject::connect(&language, &commands::said, speaker.get(), &narrator::say);
-    }
+    if (o.narrates) // also what the script says at once
+        QObject::connect(&language, &commands::said, &language, &narrator::say);
     timed.start();
+    std::unique_ptr<narrator> speaker;
+    if (o.narrates)
+        speaker = std::make_unique<narrator>(devices);
     controlServer control(language, devices.log);
     if (!devices.start(&why))
         return refuse(why);

@@ -169,7 +169,7 @@ private slots:
 
     void keepsTheBoilerSafeThroughAThousandChanges()
     {
-        const installationPace pace{40, 20, 400, 400, 1000};
+        const installationPace pace{50, 40, 400, 400, 1000};
         scenario run;
         run.write(QStringLiteral("config/heatTimer.xml"),
             "<heatingtimer><period><starthour>6</starthour><duration>120</duration></period></heatingtimer>");
@@ -191,7 +191,7 @@ private slots:
             }
             if (dice.bounded(4)) // changes come in bursts, and now and then there is time for all to settle
                 continue;
-            const int until = run.values.count(sample) + (dice.bounded(12) ? 1 + dice.bounded(2) : 25);
+            const int until = run.values.count(sample) + (dice.bounded(16) ? 1 + dice.bounded(2) : 25);
             QVERIFY(scenario::waitFor([&] { return run.values.count(sample) >= until; }));
         }
         run.setWallClock(clockAt(6, 30));

@@ -6,12 +6,10 @@
 #include "tests/support/launch.h"
 #include "tests/support/scenario.h"
 
-#include <QThread>
 #include <QtTest>
 
 namespace {
-/// A link's near end, as the controller would use it: interface and instrument on a thread of their own, the
-/// store here. The far end is the simulator's.
+/// A link's near end, as the controller would use it. The far end is the simulator's, a process of its own.
 struct link {
     scenario run;
     datastore store;
@@ -19,19 +17,12 @@ struct link {
     std::unique_ptr<interface> line;
     QList<interface *> lines;
     std::unique_ptr<nativeTransferInstrument> device;
-    QThread thread;
-    int lastCount = 0;
 
     explicit link(const QByteArray &name)
         : name(name)
     {
     }
-    ~link()
-    {
-        thread.quit();
-        thread.wait();
-    }
-    bool start()
+    bool prepare()
     {
         const QByteArray port = QByteArray::number(scenario::freePort());
         const QString path = run.path(QStringLiteral("line"));
@@ -49,26 +40,10 @@ struct link {
         lines = {line.get()};
         device = std::make_unique<nativeTransferInstrument>(&store, &lines, nullptr);
         device->configure(xml("<instrument><interface>far</interface></instrument>"));
-        device->moveToThread(&thread);
-        QObject::connect(&thread, &QThread::started, device.get(), &nativeTransferInstrument::start);
         return true;
     }
-    /// Opens it as an instrument does; on the thread that uses it.
-    bool open()
-    {
-        return onItsThread([this] { return line->open(QIODevice::ReadWrite); });
-    }
-    bool isOpen()
-    {
-        return onItsThread([this] { return line->isOpen(); });
-    }
-    bool onItsThread(const std::function<bool()> &work)
-    {
-        bool result = false;
-        QMetaObject::invokeMethod(
-            device.get(), [&] { result = work(); }, Qt::BlockingQueuedConnection);
-        return result;
-    }
+    /// Opens it as an instrument does.
+    bool open() { return line->open(QIODevice::ReadWrite); }
     QVariant value(const char *key) const { return store.query(QString::fromLatin1(name + key)); }
     /// More than \a rounds rounds arrive, with the house's values.
     bool brings(int rounds)
@@ -99,9 +74,9 @@ private slots:
         QFETCH(QByteArray, name);
         QFETCH(QByteArray, condition);
         link far(name);
-        QVERIFY(far.start());
+        QVERIFY(far.prepare());
         far.run.tell("link " + name + ' ' + condition);
-        far.thread.start();
+        far.device->start();
         QVERIFY(far.brings(5));
         // Nothing but what was sent, each key whole.
         QStringList keys = far.store.getKeys();
@@ -124,21 +99,21 @@ private slots:
     {
         QFETCH(QByteArray, name);
         link far(name);
-        QVERIFY(far.start());
+        QVERIFY(far.prepare());
         far.run.tell("link " + name + " absent");
-        far.thread.start();
-        QVERIFY(!far.open() && !far.isOpen()); // absent from the start
+        far.device->start();
+        QVERIFY(!far.open() && !far.line->isOpen()); // absent from the start
         far.run.tell("link " + name + " good");
         QVERIFY(far.open() && far.brings(3));
 
         far.run.tell("link " + name + " absent");
         if (name == "tcp") {
-            QVERIFY(scenario::waitFor([&] { return !far.isOpen(); }));
+            QVERIFY(scenario::waitFor([&] { return !far.line->isOpen(); }));
             QVERIFY(!far.open());
         } else {
             // Nobody notices that a serial line is gone; it has to be closed before it can be opened again.
             QVERIFY(far.open());
-            far.onItsThread([&] { return far.line->close(), true; });
+            far.line->close();
             QVERIFY(!far.open());
         }
         const int before = far.value("Count").toInt();
