@@ -14,8 +14,7 @@ const QString sense = QStringLiteral("thermostatPower1Sense");
 /// The controller with one switch board and an uploader that sends what the room thermostat does.
 struct uploads {
     scenario run;
-    std::unique_ptr<thingsboardRig> server
-        = std::make_unique<thingsboardRig>(QStringList(), scenario::freePort());
+    std::unique_ptr<thingsboardRig> server = std::make_unique<thingsboardRig>(scenario::freePort());
     QByteArrayList earlier; // what servers before this one have accepted
     const int port = server->port;
 
