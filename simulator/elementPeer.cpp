@@ -19,7 +19,7 @@
 namespace {
 constexpr int defaultPeriodMs = 1000;
 constexpr int pieceMs = 3;
-constexpr int pieceSize = 7;             // ends anywhere in an element: in its start pair, in its length
+constexpr int pieceSize = 7;         // ends anywhere in an element: in its start pair, in its length
 constexpr qint64 mostUnsent = 65536; // bytes; a client that does not read gets no more
 const char noiseBytes[] = "\x01\xff noise \xab"; // the last one looks like the beginning of a start pair
 
