@@ -7,7 +7,8 @@
 #include "tests/support/launch.h"
 #include "tests/support/results.h"
 
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 namespace {
 struct fixture {

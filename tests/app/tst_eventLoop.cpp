@@ -7,7 +7,8 @@
 #include "lib/types/datastore.h"
 #include "tests/support/fakeHost.h"
 
-#include <QtTest>
+#include <QDomElement>
+#include <QTest>
 
 namespace {
 struct fixture {

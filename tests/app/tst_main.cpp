@@ -1,7 +1,7 @@
 #include "tests/support/scenario.h"
 
 #include <QFile>
-#include <QtTest>
+#include <QTest>
 
 class tst_main : public QObject
 {

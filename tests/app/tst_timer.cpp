@@ -6,7 +6,8 @@
 #include "tests/support/logSink.h"
 #include "tests/support/results.h"
 
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 namespace {
 struct fixture {

@@ -7,7 +7,9 @@
 
 #include <QComboBox>
 #include <QLabel>
-#include <QtTest>
+#include <QTest>
+#include <QThread>
+#include <QTimer>
 
 namespace {
 const QString heatingOnly = "card1Power1Demand=false card2Power2Demand=false";

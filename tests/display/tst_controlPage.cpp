@@ -7,9 +7,11 @@
 #include "tests/support/fakeHost.h"
 
 #include <QGroupBox>
+#include <QImage>
 #include <QLabel>
 #include <QPushButton>
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 #include <ctime>
 

@@ -2,7 +2,9 @@
 
 #include "tests/support/expire.h"
 
-#include <QtTest>
+#include <QImage>
+#include <QTest>
+#include <QTimer>
 
 namespace {
 const QColor ground(255, 0, 255);

@@ -8,11 +8,15 @@
 #include "tests/support/fakePrograms.h"
 #include "tests/support/printed.h"
 
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStandardPaths>
 #include <QTabWidget>
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 #include <cmath>
 

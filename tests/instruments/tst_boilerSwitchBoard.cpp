@@ -4,7 +4,7 @@
 #include "tests/support/fakeInterface.h"
 #include "tests/support/testedDevice.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <limits>
 

@@ -2,7 +2,7 @@
 
 #include "tests/support/testedDevice.h"
 
-#include <QtTest>
+#include <QTest>
 
 class tst_ds18b20 : public QObject
 {

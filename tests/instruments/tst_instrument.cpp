@@ -5,7 +5,8 @@
 #include "tests/support/onThread.h"
 #include "tests/support/testedDevice.h"
 
-#include <QtTest>
+#include <QTest>
+#include <QThread>
 
 namespace {
 /// Opens up what instruments inherit.

@@ -4,7 +4,7 @@
 #include "tests/support/fakePrograms.h"
 #include "tests/support/testedDevice.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 const char dfScript[] = R"(case "$1 $2" in

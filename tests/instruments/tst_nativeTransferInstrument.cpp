@@ -5,7 +5,7 @@
 #include "tests/support/fakeInterface.h"
 #include "tests/support/launch.h"
 
-#include <QtTest>
+#include <QTest>
 
 class tst_nativeTransferInstrument : public QObject
 {

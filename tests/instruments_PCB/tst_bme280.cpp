@@ -2,7 +2,7 @@
 
 #include "tests/support/testedDevice.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 constexpr int usualAddress = 0x76;

@@ -1,8 +1,9 @@
-// Replays what the chip maker's driver 3.4.3 did and computed (tests/data/bme280) against ours.
+// Replays recorded bus traces of the driver's published interface, and what was computed from them
+// (tests/data/bme280).
 #include "lib/instruments/PCB/bme280Driver.h"
 
 #include <QFile>
-#include <QtTest>
+#include <QTest>
 
 #include <cmath>
 

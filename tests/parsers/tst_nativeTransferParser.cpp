@@ -2,7 +2,7 @@
 
 #include "tests/support/fakeInterface.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 using blocks = QList<QByteArray>;

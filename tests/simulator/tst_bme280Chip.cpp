@@ -2,7 +2,7 @@
 
 #include "lib/instruments/PCB/bme280Driver.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 /// The chip with our driver on it, and the clock of both.

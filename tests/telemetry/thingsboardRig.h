@@ -6,7 +6,7 @@
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QtTest>
+#include <QTest>
 
 /// The stand-in ThingsBoard server as a process of its own, with its control port.
 class thingsboardRig

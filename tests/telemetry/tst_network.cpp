@@ -8,7 +8,10 @@
 #include "tests/support/logSink.h"
 
 #include <QDir>
-#include <QtTest>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
 
 namespace {
 const char body[] = "{\"ts\":1,\"values\":{\"text\":\"\xB0\nC\"}}";

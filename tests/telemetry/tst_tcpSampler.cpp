@@ -6,8 +6,10 @@
 #include "tests/support/launch.h"
 #include "tests/support/logSink.h"
 
+#include <QSignalSpy>
 #include <QTcpSocket>
-#include <QtTest>
+#include <QTest>
+#include <QTimer>
 
 #include <sys/socket.h>
 

@@ -3,7 +3,7 @@
 #include "lib/types/datastore.h"
 #include "tests/support/fakeHost.h"
 
-#include <QtTest>
+#include <QTest>
 
 #include <limits>
 

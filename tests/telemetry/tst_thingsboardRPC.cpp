@@ -2,10 +2,12 @@
 
 #include "tests/support/printed.h"
 
+#include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QtTest>
+#include <QTest>
 
 namespace {
 /// Gives each poll the next answer; when there is none left, the poll waits.

@@ -5,7 +5,7 @@
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QtTest>
+#include <QTest>
 
 namespace {
 // Records written out by hand, their checksums computed by an independent CRC-16/ARC.
