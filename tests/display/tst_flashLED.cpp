@@ -62,15 +62,8 @@ private slots:
         QCOMPARE(again.copy(0, 15, 30, 15), picture.copy(0, 15, 30, 15));
     }
 
-    void isSteadyOrFlashes()
+    void flashes()
     {
-        fixture steady;
-        QVERIFY(!steady.isLit());
-        steady.lamp.set(true);
-        QVERIFY(steady.isLit() && !steady.timer->isActive());
-        steady.lamp.set(false);
-        QVERIFY(!steady.isLit());
-
         fixture flashing(500);
         flashing.lamp.on();
         QVERIFY(flashing.isLit());

@@ -5,15 +5,9 @@
 #include "lib/types/datastore.h"
 #include "tests/support/expire.h"
 #include "tests/support/fakeHost.h"
-#include "tests/support/fakePrograms.h"
-#include "tests/support/printed.h"
 
-#include <QApplication>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QMessageBox>
 #include <QPushButton>
-#include <QStandardPaths>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
@@ -24,12 +18,10 @@ namespace {
 struct fixture {
     fakeHost host;
     datastore store;
-    timer water{&store, QStringLiteral("waterTimer"), QString(), nullptr, host.system()};
-    timer heat{&store, QStringLiteral("heatTimer"), QString(), nullptr, host.system()};
+    timer water{&store, QStringLiteral("waterTimer"), QString(), nullptr, host};
+    timer heat{&store, QStringLiteral("heatTimer"), QString(), nullptr, host};
     mainWindow window{&store, &water, &heat};
     statusPanel *panel = window.findChild<statusPanel *>();
-    QPushButton *shutdown
-        = window.centralWidget()->findChild<QPushButton *>(QString(), Qt::FindDirectChildrenOnly);
 
     fixture()
     {
@@ -157,39 +149,6 @@ private slots:
             clocks += time >= before && time <= QDateTime::currentDateTime();
         }
         QCOMPARE(clocks, 1);
-    }
-
-    void asksBeforeItShutsDown()
-    {
-        fakePrograms programs;
-        const QString asked = programs.path() + QStringLiteral("/asked");
-        programs.write(QStringLiteral("sudo"), "echo \"$@\" > " + asked.toLatin1());
-        QCOMPARE(QStandardPaths::findExecutable("sudo"), programs.path() + "/sudo"); // or we all go down
-        for (const auto button : {QMessageBox::No, QMessageBox::NoButton, QMessageBox::Yes}) {
-            const bool yes = button == QMessageBox::Yes;
-            fixture f; // no event loop set yet
-            QString question;
-            QTimer answer;
-            connect(&answer, &QTimer::timeout, &f.window, [&] {
-                auto *const box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-                if (!box)
-                    return;
-                question = box->windowTitle() + ": " + box->text();
-                if (button == QMessageBox::NoButton) // closed
-                    box->close();
-                else
-                    QTest::mouseClick(box->button(button), Qt::LeftButton);
-            });
-            answer.start(0);
-            QTest::ignoreMessage(QtWarningMsg, "This plugin does not support propagateSizeHints()");
-            const QByteArray output = printed([&] { f.shutdown->click(); });
-            QVERIFY(output.startsWith("Shutdown requested\n"));
-            QVERIFY(output.endsWith(yes ? "\nUser confirmed shutdown\n" : "\nShutdown canceled by user\n"));
-            QCOMPARE(question, "Calorix System: This will shut down the control system. Are you sure?");
-            QFile file(asked);
-            QCOMPARE(file.open(QIODevice::ReadOnly), yes);
-            QVERIFY(!yes || file.readAll() == "shutdown -hP now\n");
-        }
     }
 };
 

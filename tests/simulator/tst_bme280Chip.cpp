@@ -61,20 +61,6 @@ private slots:
             }
         }
     }
-
-    void takesItsTimeToMeasureAndForgetsAtAReset()
-    {
-        for (const bool slow : {false, true}) {
-            bench b;
-            b.chip.setTarget(-18.0, 99000.0, 85.0);
-            b.chip.setSlow(slow);
-            const double before = b.measure(slow ? 112.0 : 97.0).temperature;
-            b.nowMs += 100.0;
-            QVERIFY(std::abs(b.measure(slow ? 113.0 : 99.0).temperature + 18.0) < 0.001);
-            b.chip.reset(b.nowMs);
-            QCOMPARE(b.measure(0.0).temperature, before); // the reset value
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_bme280Chip)

@@ -15,8 +15,6 @@
 class fakeHost : public hostSystem
 {
 public:
-    const hostSystem &system() const { return *this; }
-
     /// Writes a file of the fake machine, with its folders.
     void write(const QString &path, const QByteArray &content)
     {

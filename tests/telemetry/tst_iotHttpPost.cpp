@@ -14,8 +14,8 @@ namespace {
 struct fixture {
     fakeHost host;
     logSink log;
-    datastore store{nullptr, host.system()};
-    iotHttpPost poster{&store, nullptr, host.system()};
+    datastore store{nullptr, host};
+    iotHttpPost poster{&store, nullptr, host};
     QTimer *timer;
     QList<netActionInfo> sent;
 

@@ -22,7 +22,7 @@ struct fixture {
     fakePrograms programs;
     fakeHost host;
     logSink log;
-    std::unique_ptr<network> queue = std::make_unique<network>(nullptr, host.system());
+    std::unique_ptr<network> queue = std::make_unique<network>(nullptr, host);
     int remaining = -1; // as published last
 
     fixture()
@@ -51,6 +51,14 @@ struct fixture {
     {
         queue->threadStarted();
         QCOMPARE(checkRoute(), QStringLiteral("Default route found - network is accessible"));
+    }
+    /// Eight uploads that hang, and two that wait.
+    void fillEveryPlace()
+    {
+        startWithRoute();
+        host.write("/hold", "");
+        request(10);
+        QTRY_COMPARE(count(), 8);
     }
     /// What a route check has found.
     QString checkRoute()
@@ -129,10 +137,7 @@ private slots:
     void deadConnectionsAndALostRoute()
     {
         fixture f;
-        f.startWithRoute();
-        f.host.write("/hold", "");
-        f.request(10);
-        QTRY_COMPARE(f.count(), 8);
+        f.fillEveryPlace();
         f.host.advance(180999);
         f.queue->sendData();
         QCOMPARE(f.log.texts().last(), QStringLiteral("Already running"));
@@ -246,10 +251,7 @@ private slots:
     void goesCleanlyInTheMiddleOfItsWork()
     {
         fixture f;
-        f.startWithRoute();
-        f.host.write("/hold", "");
-        f.request(10);
-        QTRY_COMPARE(f.count(), 8);
+        f.fillEveryPlace();
         f.queue->checkNetworkAvailable();
         f.queue.reset();
         QVERIFY(QDir(f.host.path("/tmp")).entryList(QDir::Files).isEmpty()); // ".keep" is hidden

@@ -29,8 +29,8 @@ private slots:
     void buildsTheMessageInTheOrderOfTheKeys()
     {
         fakeHost host; // stands at 2026-01-15 10:30:00 UTC
-        datastore store(nullptr, host.system());
-        const thingsboardJson encoder(host.system());
+        datastore store(nullptr, host);
+        const thingsboardJson encoder(host);
         store.store(QStringLiteral("cpu"), 12.5);
         store.store(QStringLiteral("procMem"), 10344.0);
         store.store(QStringLiteral("ticks"), 3U);

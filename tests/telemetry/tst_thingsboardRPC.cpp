@@ -2,9 +2,7 @@
 
 #include "tests/support/printed.h"
 
-#include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
@@ -59,19 +57,6 @@ private slots:
         QCOMPARE(output.count("\nNetwork Answer - {}\n"), 50);
         for (const QByteArray &request : qAsConst(server.requests))
             QCOMPARE(request, QByteArray("GET /api/v1/tok/rpc HTTP/1.1"));
-    }
-
-    void repeatsWithoutPauseWhenNobodyAnswers()
-    {
-        for (const char *server : {"http://127.0.0.1:1", "127.0.0.1:1", "nonsense://:::"}) {
-            const QByteArray output = printed([server] {
-                const thingsboardRPC poll(nullptr, QString::fromLatin1(server), QStringLiteral("tok"));
-                const QSignalSpy ended(
-                    poll.findChild<QNetworkAccessManager *>(), &QNetworkAccessManager::finished);
-                static_cast<void>(QTest::qWaitFor([&] { return ended.size() > 20; }));
-            });
-            QVERIFY2(output.count("Network reply error - ") > 20, server);
-        }
     }
 };
 
