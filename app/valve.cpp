@@ -78,8 +78,9 @@ void valve::followStore()
 {
     const auto pickOut = [this, heat = heatStat, tank = tankStat](const datastoreElementType &element) {
         if (element.key == heat || element.key == tank)
-            QMetaObject::invokeMethod(this, [this, element] { updateData(element); });
+            emit thermostatUpdated(element);
     };
+    connect(this, &valve::thermostatUpdated, this, &valve::updateData);
     connect(CDS, &datastore::dataUpdated, this, pickOut, Qt::DirectConnection);
 }
 

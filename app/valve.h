@@ -37,6 +37,8 @@ public slots:
 signals:
     /// The line that the control widget shows.
     void statusChanged(const QString &text);
+    /// A key of a thermostat was stored; on the thread that stored it.
+    void thermostatUpdated(const datastoreElementType &element);
 
 private:
     /// Item data of the position selector.
