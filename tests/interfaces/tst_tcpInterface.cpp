@@ -4,7 +4,6 @@
 #include "tests/support/onThread.h"
 #include "tests/support/watchedInterface.h"
 
-#include <QSignalSpy>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
@@ -31,29 +30,6 @@ class tst_tcpInterface : public QObject
 private slots:
     // Qt warns of a socket or timer that is used, or ends, on a wrong thread.
     void initTestCase() { qputenv("QT_FATAL_WARNINGS", "1"); }
-
-    void transfersAndDoesNotNoticeADrop()
-    {
-        localServer server;
-        fixture tested(server.keys());
-        for (int connection = 0; connection < 2; ++connection) {
-            QVERIFY(tested.open(QIODevice::ReadWrite) && tested.isOpen());
-            QVERIFY(server.waitForNewConnection(5000));
-            QTcpSocket *const peer = server.nextPendingConnection();
-            QVERIFY(tested.write("ask") == 3 && tested.waitForBytesWritten(5000));
-            QVERIFY(peer->waitForReadyRead(5000));
-            QCOMPARE(peer->readAll(), QByteArray("ask"));
-            QSignalSpy ready(&tested, &interface::readyRead);
-            QVERIFY(peer->write("answer") == 6 && ready.wait());
-            QCOMPARE(tested.readAll(), QByteArray("answer"));
-            QSignalSpy dropped(tested.socket(), &QTcpSocket::disconnected);
-            delete peer;
-            QVERIFY(dropped.count() || dropped.wait());
-            QCOMPARE(ready.count(), 1); // also when connected again
-            QVERIFY(!tested.timer() && !tested.isOpen() && tested.write("a", 1) == 0);
-        }
-        QCOMPARE(tested.published.take(), QString()); // publishes no state
-    }
 
     void retriesFiveSecondsAfterAFailure()
     {

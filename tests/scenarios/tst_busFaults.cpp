@@ -1,6 +1,6 @@
 #include "tests/support/scenario.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 const QString beat = QStringLiteral("valvePower1Control"); // a card that nothing is wrong with

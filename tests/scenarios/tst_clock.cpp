@@ -1,6 +1,6 @@
 #include "tests/support/scenario.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 /// London time, without need of the zone files: summer time from the last Sunday of March to that of October.

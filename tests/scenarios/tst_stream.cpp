@@ -1,8 +1,8 @@
 #include "tests/support/scenario.h"
 
-#include <QProcess>
+#include <QRegularExpression>
 #include <QTcpSocket>
-#include <QtTest>
+#include <QTest>
 
 #include <memory>
 #include <vector>
@@ -10,27 +10,6 @@
 #include <sys/socket.h>
 
 namespace {
-/// calorix-watch, looking at the running controller.
-struct watch {
-    QProcess process;
-    QByteArray out;
-
-    explicit watch(int port)
-    {
-        process.start(QStringLiteral(CALORIX_BIN_DIR "/calorix-watch"),
-            {QStringLiteral("--csv"), QStringLiteral("127.0.0.1"), QString::number(port)});
-    }
-    ~watch()
-    {
-        process.kill();
-        process.waitForFinished();
-    }
-    bool shows(const QByteArray &text)
-    {
-        return scenario::waitFor([&] { return (out += process.readAllStandardOutput()).contains(text); });
-    }
-};
-
 /// Takes nothing in by itself.
 std::unique_ptr<QTcpSocket> client(int port)
 {
@@ -55,21 +34,6 @@ class tst_stream : public QObject
 {
     Q_OBJECT
 private slots:
-    void theViewerShowsWhatTheHouseDoes()
-    {
-        scenario run;
-        run.configure(scenario::installation());
-        QVERIFY(run.start());
-        watch viewer(streamPort(run));
-        QVERIFY(viewer.shows(",thermostatPower1Sense,false,bool"));
-        run.tell("thermostat room on");
-        QVERIFY(viewer.shows(",thermostatPower1Sense,true,bool"));
-        QVERIFY(run.waitForRelays("pump=1 boiler=1"));
-        QVERIFY(viewer.shows(",card1Power2Demand,true,bool"));
-        QCOMPARE(run.values.garbage(), 0);
-        QCOMPARE(run.leave(), QByteArray());
-    }
-
     void badClientsDisturbNeitherViewersNorTheHeating()
     {
         scenario run;

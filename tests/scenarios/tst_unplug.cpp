@@ -1,6 +1,6 @@
 #include "tests/support/scenario.h"
 
-#include <QtTest>
+#include <QTest>
 
 namespace {
 constexpr int periodMs = 400;
@@ -30,7 +30,7 @@ constexpr part parts[] = {
 
 QByteArray row(const char *title, const QByteArray &text)
 {
-    return QByteArray("<th>") + title + "</th><td>" + text + "</td>";
+    return QByteArray("<tr><th>") + title + "</th><td>" + text + "</td></tr>";
 }
 }
 
@@ -99,51 +99,23 @@ private slots:
         }
     }
 
-    void showsItAll_data()
-    {
-        QTest::addColumn<QList<QByteArray>>("plant");
-        QTest::addColumn<QList<QByteArray>>("rows");
-        QTest::addColumn<double>("deltaT");
-        QTest::addColumn<double>("power"); // kW: K * 4.186 kJ/(kg K) * l/s
-        QTest::newRow("heating and hot water")
-            << QList<QByteArray>{"heatingFlow 6", "waterFlow 3", "systemPressure 1.5", "flowTemperature 60",
-                   "returnTemperature 50", "processorLoad 0.5"}
-            << QList<QByteArray>{row("Heating", "6.00 l/min"), row("Hot Water", "3.00 l/min"),
-                   row("Pressure", "1.50 Bar"), row("Flow", "60.00 C"), row("Return", "50.00 C"),
-                   row("Total Flow", "0.15 l/s"), row("Delta T", "10.0 C"), row("Power", "6.28 kW"),
-                   row("CPU Usage", "12.50 %")}
-            << 10.0 << 6.279;
-        QTest::newRow("return warmer")
-            << QList<QByteArray>{"heatingFlow 0", "waterFlow 12", "systemPressure 2.25", "flowTemperature 40",
-                   "returnTemperature 48.5", "processorLoad 1"}
-            << QList<QByteArray>{row("Heating", "0.00 l/min"), row("Hot Water", "12.00 l/min"),
-                   row("Pressure", "2.25 Bar"), row("Flow", "40.00 C"), row("Return", "48.50 C"),
-                   row("Total Flow", "0.20 l/s"), row("Delta T", "-8.5 C"), row("Power", "-7.12 kW"),
-                   row("CPU Usage", "25.00 %")}
-            << -8.5 << -7.1162;
-    }
     void showsItAll()
     {
-        QFETCH(QList<QByteArray>, plant);
-        QFETCH(QList<QByteArray>, rows);
-        QFETCH(double, deltaT);
-        QFETCH(double, power);
-        for (const QByteArray &each : plant)
+        for (const QByteArray each : {"heatingFlow 0", "waterFlow 12", "systemPressure 2.25",
+                 "flowTemperature 40", "returnTemperature 48.5", "airTemperature 31.44",
+                 "airPressure 1013.22", "airHumidity 45.67", "processorLoad 1"})
             m_run->tell("fix " + each);
+        const QByteArray whole = "<table>" + row("Heating", "0.00 l/min") + row("Hot Water", "12.00 l/min")
+            + row("Pressure", "2.25 Bar") + row("Flow", "40.00 C") + row("Return", "48.50 C")
+            + "<tr></tr><tr><th>Power</th></tr>" + row("Total Flow", "0.20 l/s") + row("Delta T", "-8.5 C")
+            + row("Power", "-7.12 kW") + "<tr></tr><tr><th>Internal</th></tr>" + row("Temperature", "31.4 C")
+            + row("Air Pressure", "1013.2 mBar") + row("Humidity", "45.67 %") + row("CPU Usage", "25.00 %");
         const auto shows = [&](const QByteArray &text) { return m_run->puppet("dump").contains(text); };
-        for (const QByteArray &each : rows)
-            QVERIFY2(scenario::waitFor([&] { return shows(each); }), each);
-        QVERIFY(scenario::waitFor([&] { return qAbs(last("power") - power) < 1e-4; }));
-        QVERIFY(qAbs(last("deltaT") - deltaT) < 1e-4);
-        // These never stand still; they are shown as they are published.
-        const auto number
-            = [&](const char *key, int digits) { return QByteArray::number(last(key), 'f', digits); };
-        QVERIFY(
-            scenario::waitFor([&] { return shows(row("Temperature", number("SysTemperature", 1) + " C")); }));
-        QVERIFY(scenario::waitFor(
-            [&] { return shows(row("Air Pressure", number("SysPressure", 1) + " mBar")); }));
-        QVERIFY(scenario::waitFor([&] { return shows(row("Humidity", number("SysHumidity", 2) + " %")); }));
-        QVERIFY(scenario::waitFor([&] {
+        QVERIFY2(scenario::waitFor([&] { return shows(whole); }), m_run->puppet("dump"));
+        // kW: K * 4.186 kJ/(kg K) * l/s
+        QVERIFY(scenario::waitFor([&] { return qAbs(last("power") + 7.1162) < 1e-4; }));
+        QVERIFY(qAbs(last("deltaT") + 8.5) < 1e-4);
+        QVERIFY(scenario::waitFor([&] { // never stands still; shown as it is published
             return shows(row("Memory Usage", QByteArray::number(last("procMem") / 1000.0, 'f', 2) + " MB"));
         }));
     }

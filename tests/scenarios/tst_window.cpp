@@ -64,10 +64,6 @@ private:
     {
         return scenario::waitFor([&] { return m_run->puppet("dump").contains(text); });
     }
-    bool publishes(const QString &key, bool value)
-    {
-        return scenario::waitFor([&] { return m_run->values.last(key) == value; });
-    }
     QByteArray sudoLog() const
     {
         QFile file(m_run->path(QStringLiteral("machine/sudo.log")));
@@ -95,24 +91,6 @@ private slots:
         m_run.reset();
     }
 
-    /// Each press adds an hour; the fourth cancels.
-    void boosts()
-    {
-        for (const bool on : {true, true, true, false}) {
-            QVERIFY(press("Heating/Boost"));
-            QVERIFY(publishes(QStringLiteral("heatTimerOn"), on));
-        }
-        QCOMPARE(m_run->values.last(QStringLiteral("waterTimerOn")), QVariant(false));
-    }
-
-    void overrideWithoutATimerUnticksItself()
-    {
-        QVERIFY(press("Override Thermostat"));
-        QVERIFY(publishes(QStringLiteral("heatStatOverride"), true));
-        QVERIFY(publishes(QStringLiteral("heatStatOverride"), false));
-        QVERIFY(!m_run->puppet("dump").contains("checked"));
-    }
-
     void valveByHand()
     {
         QVERIFY(press("Service"));
@@ -131,10 +109,11 @@ private slots:
     void shutdownAsksFirst()
     {
         QVERIFY(press("Shutdown"));
+        QVERIFY(m_run->waitForLog("Shutdown requested"));
         QVERIFY(press("No"));
         QVERIFY(m_run->waitForLog("Shutdown canceled by user"));
         QVERIFY(press("Shutdown"));
-        QVERIFY(shows("Are you sure?"));
+        QVERIFY(shows("This will shut down the control system. Are you sure?"));
         QCOMPARE(m_run->puppet("close"), QByteArray("ok"));
         QVERIFY(shows("Boost"));
         QCOMPARE(sudoLog(), QByteArray());

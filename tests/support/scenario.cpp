@@ -2,9 +2,10 @@
 
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QRegularExpression>
 #include <QTcpServer>
-#include <QtTest>
+#include <QTest>
 
 #include <cstdio>
 

@@ -64,26 +64,6 @@ private slots:
         }
     }
 
-    void obeysTheModes()
-    {
-        const QList<std::tuple<int, int, bool, bool>> modes{{0, 3, false, true}, {0, 2, false, false},
-            {0, 4, false, false}, {1, 4, false, true}, {2, 3, true, true}}; // on, off, off by time, by rule
-        for (const auto &[on, off, byTime, byRule] : modes) {
-            fixture f("<on><mode>" + QByteArray::number(on) + "</mode></on><off><mode>"
-                + QByteArray::number(off) + "</mode><rule><expression>level +</expression></rule>"
-                + "<rule><expression>level &gt; 3</expression></rule></off>");
-            f.tested.start();
-            QCOMPARE(f.tested.onTimer()->isActive(), on != 0);
-            QCOMPARE(f.tested.offTimer()->isActive(), byTime);
-            f.published.take();
-            f.store.store("level", 3);
-            QCOMPARE(f.published.take(), QString());
-            f.store.store("level", 4);
-            QCOMPARE(f.published.take(), byRule ? switchedOff.arg(0) : QString());
-            QVERIFY(!f.tested.offTimer()->isActive());
-        }
-    }
-
     void doesNothingWithoutAPinOrWhenForced()
     {
         fixture f("<pin>-1</pin>");
