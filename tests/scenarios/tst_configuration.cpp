@@ -26,10 +26,6 @@ private slots:
         row("another root", config, "<TelemetryDevice/>",
             "This is not a telemetry device configuration file.");
         row("empty root", config, "<telemetrydevice/>", "Loaded configuration file.");
-        row("unknown elements", config,
-            "<telemetrydevice><!-- x --><modem/><interface type=\"can\"/><sampler type=\"TCP\"/>"
-            "<instrument type=\"INTERNAL\"><sensor type=\"wind\"/></instrument></telemetrydevice>",
-            "Starting instrument 2");
         row("no such interface", config,
             "<telemetrydevice><instrument type=\"boilerswitchboard\"><interface>nowhere</interface>"
             "</instrument><instrument type=\"bme280\"/></telemetrydevice>",

@@ -2,7 +2,6 @@
 #include "tests/telemetry/thingsboardRig.h"
 
 #include <QFile>
-#include <QRegularExpression>
 #include <QTest>
 
 #include <memory>
@@ -101,21 +100,6 @@ private:
     }
 
 private slots:
-    void deliversEveryMessageAsItWasBuilt()
-    {
-        uploads u;
-        QVERIFY(u.start());
-        QVERIFY(u.makeMessages());
-        finish(u);
-        const QByteArrayList bodies = u.delivered(); // in order of their times
-        for (int i = 0; i < messages; ++i) {
-            const QRegularExpression form(
-                QStringLiteral("^\\{\"ts\":\\d{13},\"values\":\\{\"thermostatPower1Sense\":%1\\}\\}$")
-                    .arg((i + 1) % 2));
-            QVERIFY2(form.match(bodies[i]).hasMatch(), bodies[i]);
-        }
-    }
-
     void nothingIsLostWhileTheServerIsAway()
     {
         uploads u;

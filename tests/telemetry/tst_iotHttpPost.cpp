@@ -56,18 +56,20 @@ private slots:
             {"http://h/$apikey", "http://h/$apikey"}, {"", ""}};
         for (const auto &[uri, url] : addresses) {
             fixture f(period
-                + QByteArray("<key>cpu</key><key triggerVariable='t'>edge</key><key>text</key><URI>") + uri
-                + "</URI>");
+                + QByteArray(
+                    "<key>ticks</key><key>text</key><key triggerVariable='t'>edge</key><key>CPU</key><URI>")
+                + uri + "</URI>");
             f.store.store(QStringLiteral("edge"), 2);
+            f.store.store(QStringLiteral("ticks"), 3U); // has no form
             expire(f.timer);
             QCOMPARE(f.log.texts(), QStringList({"Taking IOT Sample", "No data to upload"}));
             QVERIFY(f.sent.isEmpty());
 
             f.log.clear();
-            f.store.store(QStringLiteral("text"), QStringLiteral("50%1"));
             f.store.store(QStringLiteral("cpu"), 1.5);
+            f.store.store(QStringLiteral("text"), QStringLiteral("50%1"));
             expire(f.timer);
-            const QByteArray body = stamp + QByteArray("\"cpu\":1.5,\"text\":\"50%1\"}}");
+            const QByteArray body = stamp + QByteArray("\"text\":\"50%1\",\"CPU\":1.5}}");
             QCOMPARE(f.sent.size(), 1);
             QCOMPARE(f.sent[0].requestType, QStringLiteral("post"));
             QCOMPARE(f.sent[0].URI, url);

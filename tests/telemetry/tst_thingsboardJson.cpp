@@ -1,8 +1,5 @@
 #include "lib/encoders/thingsboardJson.h"
 
-#include "lib/types/datastore.h"
-#include "tests/support/fakeHost.h"
-
 #include <QTest>
 
 #include <limits>
@@ -24,20 +21,6 @@ private slots:
             QCOMPARE(thingsboardJson::convertVariant(value), text);
             QCOMPARE(thingsboardJson::convertVariant(value).isNull(), text.isNull());
         }
-    }
-
-    void buildsTheMessageInTheOrderOfTheKeys()
-    {
-        fakeHost host; // stands at 2026-01-15 10:30:00 UTC
-        datastore store(nullptr, host);
-        const thingsboardJson encoder(host);
-        store.store(QStringLiteral("cpu"), 12.5);
-        store.store(QStringLiteral("procMem"), 10344.0);
-        store.store(QStringLiteral("ticks"), 3U);
-        QCOMPARE(encoder.buildMessage(&store, {"ticks", "procMem", "missing", "CPU", "ticks"}),
-            QByteArray("{\"ts\":1768473000000,\"values\":{\"procMem\":10344,\"CPU\":12.5}}"));
-        QVERIFY(encoder.buildMessage(&store, {}).isEmpty());
-        QVERIFY(encoder.buildMessage(&store, {"ticks", "missing"}).isEmpty());
     }
 };
 
