@@ -87,8 +87,8 @@ private slots:
     }
     void cleanup()
     {
-        QCOMPARE(m_run->leave(), QByteArray());
-        m_run.reset();
+        const std::unique_ptr<scenario> run = std::move(m_run);
+        QCOMPARE(run->leave(), QByteArray());
     }
 
     void valveByHand()
