@@ -64,6 +64,10 @@ private:
     {
         return scenario::waitFor([&] { return m_run->puppet("dump").contains(text); });
     }
+    bool publishes(const char *key, bool value)
+    {
+        return scenario::waitFor([&] { return m_run->values.last(QLatin1String(key)) == value; });
+    }
     QByteArray sudoLog() const
     {
         QFile file(m_run->path(QStringLiteral("machine/sudo.log")));
@@ -89,6 +93,19 @@ private slots:
     {
         const std::unique_ptr<scenario> run = std::move(m_run);
         QCOMPARE(run->leave(), QByteArray());
+    }
+
+    /// Each press adds an hour; the fourth cancels. The override does not last without a timer.
+    void boostAndOverride()
+    {
+        for (const bool on : {true, true, true, false}) {
+            QVERIFY(press("Heating/Boost"));
+            QVERIFY(publishes("heatTimerOn", on));
+        }
+        QVERIFY(press("Override Thermostat"));
+        QVERIFY(publishes("heatStatOverride", true));
+        QVERIFY(publishes("heatStatOverride", false));
+        QVERIFY(!m_run->puppet("dump").contains("checked"));
     }
 
     void valveByHand()
