@@ -9,11 +9,13 @@
 
 #include <QApplication>
 #include <QCursor>
+#include <QFontMetrics>
 #include <QScreen>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <thread>
 
 namespace {
 constexpr unsigned int groupComponent = 0;
@@ -42,6 +44,14 @@ void blankConsole()
     for (const char *command : {"sh -c \"TERM=linux setterm -foreground black >/dev/tty0\"",
              "sh -c \"TERM=linux setterm -foreground black -clear all >/dev/tty0\""})
         [[maybe_unused]] const int ignored = std::system(command);
+}
+
+/// Blanks the console, and has the fonts read in the meantime: from an SD card that takes as long.
+void blankConsoleAndReadFonts()
+{
+    std::thread reader([] { QFontMetrics(QFont()).height(); });
+    blankConsole();
+    reader.join();
 }
 
 /// The text put in front of every control file's name: the value of the last "-c", or nothing.
@@ -119,7 +129,7 @@ int main(int argc, char **argv)
 
     const QCursor cursor(Qt::BlankCursor);
     hidePointer(cursor);
-    blankConsole();
+    blankConsoleAndReadFonts();
     QCoreApplication::setApplicationName(QStringLiteral("Calorix"));
     QCoreApplication::setApplicationVersion(QStringLiteral("v1.0-1"));
 

@@ -1,7 +1,6 @@
 #include "app/Widgets/statusPanel.h"
 
 #include <QAbstractTextDocumentLayout>
-#include <QEvent>
 #include <QPainter>
 #include <QTextOption>
 
@@ -41,9 +40,12 @@ void statusPanel::paintPending()
     update();
 }
 
+/// The text that was painted last, or is the first to be painted, in today's font and width.
 const QTextDocument &statusPanel::laidOut() const
 {
-    if (m_layout)
+    const int wide
+        = qBound(minimumWidth(), width(), maximumWidth()); // also before it has been given its size
+    if (m_layout && m_layout->defaultFont() == font() && int(m_layout->textWidth()) == wide)
         return *m_layout;
     // A new document each time: an old one lays itself out again after every single change made to it here.
     m_layout = std::make_unique<QTextDocument>();
@@ -52,7 +54,8 @@ const QTextDocument &statusPanel::laidOut() const
     m_layout->setDefaultFont(font());
     m_layout->setDefaultTextOption(QTextOption(alignment()));
     m_layout->setHtml(text());
-    m_layout->setTextWidth(width());
+    m_layout->setTextWidth(wide);
+    m_laidOutText = text();
     return *m_layout;
 }
 
@@ -63,9 +66,8 @@ QSize statusPanel::sizeHint() const
 
 void statusPanel::paintEvent(QPaintEvent *)
 {
-    if (m_painted != text()) {
-        const QSize before = sizeHint();
-        m_painted = text();
+    const QSize before = sizeHint();
+    if (m_laidOutText != text()) {
         m_layout.reset();
         if (sizeHint() != before)
             updateGeometry();
@@ -76,17 +78,4 @@ void statusPanel::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.translate(0, (height() - laidOut().size().height()) / 2);
     laidOut().documentLayout()->draw(&painter, context);
-}
-
-/// Fonts and style sheets change the layout.
-void statusPanel::changeEvent(QEvent *event)
-{
-    m_layout.reset();
-    QLabel::changeEvent(event);
-}
-
-void statusPanel::resizeEvent(QResizeEvent *event)
-{
-    m_layout.reset();
-    QLabel::resizeEvent(event);
 }

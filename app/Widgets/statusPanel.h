@@ -29,16 +29,14 @@ public:
 protected:
     /// Does what the base class does for rich text, but lays it out once instead of three times.
     void paintEvent(QPaintEvent *event) override;
-    void changeEvent(QEvent *event) override;
-    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void paintPending();
     const QTextDocument &laidOut() const;
 
     mutable std::unique_ptr<QTextDocument> m_layout; // null: to be made of the text
-    QString m_painted;                               // the text of the last painting
-    QTimer m_pause;                                  // runs for a while after each repaint
+    mutable QString m_laidOutText;
+    QTimer m_pause; // runs for a while after each repaint
     bool m_pending = false;
 };
 
