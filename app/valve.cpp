@@ -114,7 +114,8 @@ void valve::followSelector()
     const float sum = current(midCard, midChannel) + current(fullCard, fullChannel);
     emit statusChanged(QString::asprintf("Current = %0.2f A", double(sum)));
     const int selected = m_selected;
-    setOutput(selected != hotWater, selected != heating, true);
+    if (selected == heating || selected == hotWater || selected == both)
+        setOutput(selected != hotWater, selected != heating, true);
 }
 
 void valve::followThermostats()

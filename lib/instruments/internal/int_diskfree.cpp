@@ -5,6 +5,8 @@
 
 #include <QProcess>
 
+#include <utility>
+
 namespace {
 constexpr unsigned int componentType = 10102;
 constexpr int inheritLevel = -1;
@@ -37,13 +39,29 @@ void int_diskfree::addFileSystem(const QDomElement &element)
 sensorResultPacket int_diskfree::takeSample()
 {
     sensorResultPacket packet;
-    QProcess df;
+    auto df = std::make_unique<QProcess>();
     for (int i = 0; i < fileSystem.size(); ++i) {
-        const std::optional<double> free = percentFree(df, fileSystem[i]);
+        const QString &path = fileSystem[i];
+        if (m_stuck.value(path)) {
+            debug->log(QStringLiteral("df has still not finished for %1").arg(path));
+            continue;
+        }
+        const std::optional<double> free = percentFree(*df, path);
         if (free)
             packet.add(storagePrepend + fileSystemName[i], *free);
+        if (df->state() != QProcess::NotRunning)
+            leaveBehind(std::exchange(df, std::make_unique<QProcess>()), path);
     }
     return packet;
+}
+
+/// A dead network mount holds a df that even its kill does not end; to destroy the object would wait for it.
+void int_diskfree::leaveBehind(std::unique_ptr<QProcess> df, const QString &path)
+{
+    QProcess *const stuck = df.release();
+    QObject::connect(
+        stuck, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), stuck, &QObject::deleteLater);
+    m_stuck.insert(path, stuck);
 }
 
 std::optional<double> int_diskfree::percentFreeIn(const QByteArray &output)

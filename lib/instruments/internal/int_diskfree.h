@@ -3,13 +3,19 @@
 
 #include "lib/instruments/internal/int_sensor.h"
 
+#include <QHash>
+#include <QPointer>
+
+#include <memory>
+
 class QProcess;
 
 /// Publishes how much of each configured file system is free (double, per cent), under the name given to it
 /// or its path followed by "Free".
 ///
 /// Runs `df -P` once per file system and sample; blocks the calling thread for at most 6 s each. A file
-/// system without an answer is logged and passed over. Source: POSIX df, output format of option -P.
+/// system without an answer is logged and passed over, also as long as a df hangs on it for good. Source:
+/// POSIX df, output format of option -P.
 class int_diskfree final : public int_sensor
 {
 public:
@@ -27,10 +33,12 @@ private:
     void addFileSystem(const QDomElement &element);
     std::optional<double> percentFree(QProcess &df, const QString &path) const;
     bool finishes(QProcess &df) const;
+    void leaveBehind(std::unique_ptr<QProcess> df, const QString &path);
 
     const int m_timeLimitMs;
     QStringList fileSystem;
-    QStringList fileSystemName; // keys, by the same index
+    QStringList fileSystemName;                 // keys, by the same index
+    QHash<QString, QPointer<QProcess>> m_stuck; // by file system; null once it has ended after all
 };
 
 #endif
