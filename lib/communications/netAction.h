@@ -18,7 +18,8 @@ class netActionPlaces;
 ///
 /// The file is the owner's alone (mode 0600) and always a new one: what already bears its name, a leftover, a
 /// link, somebody else's file, is removed and never written to; where it cannot be removed nothing is sent.
-/// Nothing here waits for a process. Thread: the queue's (display) thread.
+/// Only the destructor waits for processes: for those that it had to kill, up to a second each.
+/// Thread: the queue's (display) thread.
 class netAction : public QObject
 {
     Q_OBJECT
