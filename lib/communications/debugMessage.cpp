@@ -53,7 +53,8 @@ T integerAt(const QByteArray &bytes, int offset)
 QString textAt(const QByteArray &bytes, int lengthOffset)
 {
     const int length = qMax(0, integerAt<qint32>(bytes, lengthOffset));
-    return QString::fromUtf8(bytes.mid(lengthOffset + 4, length));
+    const QByteArray text = bytes.mid(lengthOffset + 4, length);
+    return QString::fromUtf8(text.constData(), text.size()); // a zero byte is no end
 }
 }
 

@@ -55,7 +55,10 @@ void iotHttpPost::edgeTrigger(const QString &dataKey, const QVariant &dataValue,
 {
     // An edge is announced just before the store changes: this thread may be here first, and the message
     // would then tell the value of before.
-    const auto current = [&](const QString &key) { return key == dataKey ? dataValue : store->query(key); };
+    const auto current = [&](const QString &key) {
+        const bool isOwn = key.compare(dataKey, Qt::CaseInsensitive) == 0; // as a query finds it
+        return isOwn ? dataValue : store->query(key);
+    };
     datastore tied(nullptr, m_host);
     for (int i = 0; i < subscribeList.size(); ++i) {
         if (triggerVariableList[i] == dataKey)

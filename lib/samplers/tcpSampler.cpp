@@ -11,8 +11,10 @@ namespace {
 constexpr unsigned int componentType = 302;
 constexpr int inheritLevel = -1;
 constexpr int lastPort = 65535;
-constexpr int acceptRetryMs = 1000;               // Qt stops accepting for good when descriptors run out
-constexpr qint64 unsentLimit = 8LL * 1024 * 1024; // bytes that may wait for one client
+constexpr int acceptRetryMs = 1000; // Qt stops accepting for good when descriptors run out
+// Whoever is on the network may connect; together they must not eat the memory that the heating needs.
+constexpr int mostClients = 128;
+constexpr qint64 unsentLimit = 2LL * 1024 * 1024; // bytes that may wait for one client
 }
 
 tcpSampler::tcpSampler(datastore *store, QObject *parent)
@@ -82,6 +84,12 @@ void tcpSampler::incomingConnection()
     QTcpSocket *const client = tcpServer->nextPendingConnection();
     if (!client)
         return;
+    if (tcpClient.size() >= mostClients) {
+        debug->log(QStringLiteral("Too many clients, refused"));
+        client->abort();
+        client->deleteLater();
+        return;
+    }
     tcpClient.append(client);
     // Only while somebody listens: without clients, no update of the store wakes this thread.
     if (mode == push)

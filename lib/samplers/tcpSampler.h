@@ -16,8 +16,8 @@ class QTcpSocket;
 ///
 /// Timer mode sends a snapshot of the configured keys (or of all) every period; push mode forwards every
 /// update of every key. Every new connection makes all clients get a snapshot. What clients send is thrown
-/// away; a client that does not read is dropped when 8 MiB wait for it. Trigger variables have no effect.
-/// Thread: everything from start() on runs on the sampler's own thread.
+/// away; a client that does not read is dropped when 2 MiB wait for it, and a 129th client is refused.
+/// Trigger variables have no effect. Thread: everything from start() on runs on the sampler's own thread.
 class tcpSampler : public sampler
 {
     Q_OBJECT

@@ -49,7 +49,7 @@ private slots:
     void createsWhatItKnowsFromAGoodFileOnly()
     {
         fixture f;
-        QVERIFY(!f.load("<instrument type=\"valve\"/>" + QByteArray("<a>").repeated(10000)
+        QVERIFY(!f.load("<instrument type=\"valve\"/><x:y/>" + QByteArray("<a>").repeated(10000)
             + QByteArray("</a>").repeated(10000)));
         QVERIFY(f.root.lastLog().endsWith("elements are nested too deeply"));
         QVERIFY(f.created(2).isEmpty());

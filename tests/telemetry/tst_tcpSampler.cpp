@@ -11,6 +11,9 @@
 #include <QTest>
 #include <QTimer>
 
+#include <memory>
+#include <vector>
+
 #include <sys/socket.h>
 
 namespace {
@@ -135,6 +138,14 @@ private slots:
         }
         QTRY_COMPARE(f.sockets(), 1);
         QVERIFY(f.log.texts().contains("Client does not read, dropped"));
+
+        std::vector<std::unique_ptr<client>> crowd;
+        for (int i = 0; i < 130; ++i) {
+            crowd.push_back(std::make_unique<client>(f.sampler));
+            QCoreApplication::processEvents();
+        }
+        QTRY_COMPARE(f.log.texts().count("Too many clients, refused"), 3);
+        QTRY_COMPARE(f.sockets(), 128);
     }
 };
 
