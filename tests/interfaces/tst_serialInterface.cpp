@@ -7,7 +7,10 @@
 #include <QTest>
 
 #include <cstdlib>
+#include <map>
+
 #include <fcntl.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -16,6 +19,18 @@ struct pseudoTerminal {
     const int master = posix_openpt(O_RDWR | O_NOCTTY);
 
     ~pseudoTerminal() { ::close(master); }
+    /// What the kernel was told: "9600 stop=1 hard=0 soft=0". Data bits and parity of such a line never
+    /// change.
+    QString settings() const
+    {
+        termios now{};
+        if (tcgetattr(master, &now) != 0)
+            return QString();
+        const int speed
+            = std::map<speed_t, int>{{B300, 300}, {B9600, 9600}, {B115200, 115200}}[cfgetospeed(&now)];
+        return QString::asprintf("%d stop=%d hard=%d soft=%d", speed, (now.c_cflag & CSTOPB) != 0 ? 2 : 1,
+            (now.c_cflag & CRTSCTS) != 0, (now.c_iflag & IXON) != 0);
+    }
     QByteArray key() const
     {
         if (grantpt(master) != 0 || unlockpt(master) != 0)
@@ -62,19 +77,28 @@ private slots:
 
     void setsThePortUp()
     {
-        const QList<QPair<QByteArray, QString>> rows{
+        struct row {
+            QByteArray keys;
+            QString settings;
+            QString onTheLine;
+        };
+        const QList<row> rows{
             {"<DataBits>9</DataBits><parity>x</parity><stopbits>3</stopbits><flow>soft</flow>",
-                "8 0 1 0 9600"},
+                "8 0 1 0 9600", "9600 stop=1 hard=0 soft=0"},
             {"<databits>5</databits><parity>EVEN</parity><stopbits>1.5</stopbits><flow>s</flow>",
-                "5 2 3 2 9600"},
+                "5 2 3 2 9600", "9600 stop=1 hard=0 soft=1"},
             {"<databits>6</databits><parity>o</parity><stopbits>2</stopbits><flow>Hardware</flow>",
-                "6 3 2 1 9600"},
-            {"<databits> 7 </databits><parity>space</parity><baud>300</baud>", "7 4 1 0 300"},
-            {"<parity>m</parity><flow>h</flow><baud>115200</baud>", "8 5 1 1 115200"}};
-        for (const auto &[keys, settings] : rows) {
-            fixture tested(keys);
-            tested.open(QIODevice::ReadWrite); // no such port
-            QCOMPARE(tested.settings(), settings);
+                "6 3 2 1 9600", "9600 stop=2 hard=1 soft=0"},
+            {"<databits> 7 </databits><parity>space</parity><baud>300</baud>", "7 4 1 0 300",
+                "300 stop=1 hard=0 soft=0"},
+            {"<parity>m</parity><flow>h</flow><baud>115200</baud>", "8 5 1 1 115200",
+                "115200 stop=1 hard=1 soft=0"}};
+        for (const row &each : rows) {
+            const pseudoTerminal line;
+            fixture tested(line.key() + each.keys);
+            tested.open(QIODevice::ReadWrite);
+            QCOMPARE(tested.settings(), each.settings);
+            QCOMPARE(line.settings(), each.onTheLine);
         }
     }
 
