@@ -19,11 +19,13 @@ constexpr int offByRuleOnly = 4;
 
 const QString powerKey = QStringLiteral("power");
 
+constexpr int shortestMs = 50; // a mistyped interval reads as 0, and must not rattle a relay
+
 /// A timer of the calling thread that stops with it.
 std::shared_ptr<QTimer> makeTimer(int intervalMs)
 {
     auto timer = std::make_shared<QTimer>();
-    timer->setInterval(intervalMs);
+    timer->setInterval(qMax(intervalMs, shortestMs));
     QObject::connect(QThread::currentThread(), &QThread::finished, timer.get(), &QTimer::stop);
     return timer;
 }
