@@ -93,6 +93,13 @@ void show(mainWindow *window, bool fullscreen)
     window->show();
 }
 
+/// Paints the window now. The householder need not wait for the configuration, however long that takes; what
+/// is pressed meanwhile waits until the system runs.
+void paint()
+{
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
 /// Ends the workers before main() destroys what they use. One that is blocked right now (a connect that
 /// waits, a df) cannot be asked to hurry: the process then ends here, with nothing destroyed under its hands.
 void leave(eventLoop *loop, int result)
@@ -149,6 +156,7 @@ int main(int argc, char **argv)
     eLoop->addInstrument(QDomElement(), &heatingTimer);
 
     show(window, readOptions(argc, argv, eLoop->systemDebug));
+    paint();
     eLoop->configureSystem(confDir + QStringLiteral("config.xml"));
     eLoop->start();
     const int result = QApplication::exec();

@@ -19,6 +19,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 namespace {
 constexpr int clockInterval = 200;   // ms
@@ -176,7 +177,10 @@ void mainWindow::addServiceGui(QWidget *widget, const QString &name)
 
 void mainWindow::updateClock()
 {
-    clockLabel->setText(QDateTime::currentDateTime().toString(QStringLiteral("ddd d MMM yyyy hh:mm:ss ap")));
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    const qint64 second = now.toSecsSinceEpoch();
+    if (std::exchange(m_shownSecond, second) != second)
+        clockLabel->setText(now.toLocalTime().toString(QStringLiteral("ddd d MMM yyyy hh:mm:ss ap")));
 }
 
 void mainWindow::updateData(const datastoreElementType &data)

@@ -60,20 +60,21 @@ private:
     eventLoop *m_evLoop = nullptr;
     timer *m_waterTimer;
     timer *m_heatTimer;
-    bool m_outdated = true; // whether a value on the panel is newer than its text
-    float totFlow = 0;      // l/s
-    float deltaT = 0;       // degrees C
-    float power = 0;        // kW
-    float chFlow = 0;       // l/min
-    float hwFlow = 0;       // l/min
-    float pressure = 0;     // Bar
-    float flowTmp = 0;      // degrees C
-    float returnTemp = 0;   // degrees C
-    float intTemp = 0;      // degrees C
-    float intPressure = 0;  // mBar
-    float intHumidity = 0;  // %
-    float cpuLoad = 0;      // %
-    float procMem = 0;      // kB
+    qint64 m_shownSecond = -1; // UTC, since 1970
+    bool m_outdated = true;    // whether a value on the panel is newer than its text
+    float totFlow = 0;         // l/s
+    float deltaT = 0;          // degrees C
+    float power = 0;           // kW
+    float chFlow = 0;          // l/min
+    float hwFlow = 0;          // l/min
+    float pressure = 0;        // Bar
+    float flowTmp = 0;         // degrees C
+    float returnTemp = 0;      // degrees C
+    float intTemp = 0;         // degrees C
+    float intPressure = 0;     // mBar
+    float intHumidity = 0;     // %
+    float cpuLoad = 0;         // %
+    float procMem = 0;         // kB
     QWidget *central;
     statusPanel *statusLabel;
     QLabel *clockLabel;

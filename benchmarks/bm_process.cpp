@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QProcess>
@@ -20,7 +21,8 @@
 namespace {
 constexpr int starts = 15;
 constexpr int warmUpMs = 6000;
-constexpr int measureMs = 20000;
+constexpr int countMs = 10000;
+constexpr int measureMs = 30000;
 
 const QString bin = QStringLiteral(CALORIX_BIN_DIR);
 const QString lib = QStringLiteral(CALORIX_LIB_DIR);
@@ -132,42 +134,65 @@ int logLines(const machine &m)
     return file.open(QIODevice::ReadOnly) ? file.readAll().count(" open") : 0;
 }
 
-/// Runs a program beside the simulator and looks at it after it has warmed up.
-use run(const QString &program, const QStringList &arguments, const machine &m)
+/// A program that runs beside a simulator of its own.
+class running
 {
-    QProcess simulator;
-    simulator.setProcessEnvironment(m.environment({}));
-    simulator.setStandardOutputFile(QProcess::nullDevice());
-    simulator.setStandardErrorFile(m.file("simulator.err"));
-    simulator.start(bin + QStringLiteral("/calorix-sim"), {QStringLiteral("--log"), m.file("transfers.log")});
-    simulator.waitForStarted();
-    wait(500);
-    QProcess process;
-    QProcessEnvironment e = m.environment({devmock, paintWatch});
-    e.insert(QStringLiteral("PAINTWATCH_FILE"), m.file("paints"));
-    process.setProcessEnvironment(e);
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    process.start(program, arguments);
-    process.waitForStarted();
-    const auto pid = pid_t(process.processId());
-    wait(warmUpMs);
-    const double cpu = cpuSeconds(pid);
-    const quint64 paints = paintsSoFar(m);
-    const int transfers = logLines(m);
-    wait(measureMs);
-    use u;
-    u.cpu = (cpuSeconds(pid) - cpu) * 1000 / measureMs;
-    u.rssKb = statusKb(pid, "VmRSS");
-    u.threads = int(statusKb(pid, "Threads"));
-    u.transfersPerSecond = (logLines(m) - transfers) * 1000 / measureMs;
-    u.paintsPerSecond = double(paintsSoFar(m) - paints) * 1000 / measureMs;
-    for (QProcess *each : {&process, &simulator}) {
-        each->kill();
-        each->waitForFinished();
+public:
+    running(const QString &program, const QStringList &arguments)
+    {
+        m_simulator.setProcessEnvironment(m_machine.environment({}));
+        m_simulator.setStandardOutputFile(QProcess::nullDevice());
+        m_simulator.setStandardErrorFile(m_machine.file("simulator.err"));
+        m_simulator.start(
+            bin + QStringLiteral("/calorix-sim"), {QStringLiteral("--log"), m_machine.file("transfers.log")});
+        m_simulator.waitForStarted();
+        wait(500);
+        QProcessEnvironment e = m_machine.environment({devmock, paintWatch});
+        e.insert(QStringLiteral("PAINTWATCH_FILE"), m_machine.file("paints"));
+        m_process.setProcessEnvironment(e);
+        m_process.setStandardOutputFile(QProcess::nullDevice());
+        m_process.setStandardErrorFile(QProcess::nullDevice());
+        m_process.start(program, QStringList(arguments).replaceInStrings("FOLDER", m_machine.folder()));
+        m_process.waitForStarted();
     }
-    return u;
-}
+    ~running()
+    {
+        for (QProcess *each : {&m_process, &m_simulator}) {
+            each->kill();
+            each->waitForFinished();
+        }
+    }
+
+    void begin()
+    {
+        m_clock.start();
+        m_cpu = cpuSeconds(process());
+        m_paints = paintsSoFar(m_machine);
+        m_transfers = logLines(m_machine);
+    }
+    use sinceBegin() const
+    {
+        const double seconds = double(m_clock.elapsed()) / 1000;
+        use u;
+        u.cpu = (cpuSeconds(process()) - m_cpu) / seconds;
+        u.rssKb = statusKb(process(), "VmRSS");
+        u.threads = int(statusKb(process(), "Threads"));
+        u.transfersPerSecond = int((logLines(m_machine) - m_transfers) / seconds);
+        u.paintsPerSecond = double(paintsSoFar(m_machine) - m_paints) / seconds;
+        return u;
+    }
+
+private:
+    pid_t process() const { return pid_t(m_process.processId()); }
+
+    const machine m_machine;
+    QProcess m_simulator;
+    QProcess m_process;
+    QElapsedTimer m_clock;
+    double m_cpu = 0.0;
+    quint64 m_paints = 0;
+    int m_transfers = 0;
+};
 
 void print(const char *name, const use &u)
 {
@@ -177,15 +202,22 @@ void print(const char *name, const use &u)
 
 void measureIdle()
 {
-    const machine m;
-    const use ours
-        = run(bin + QStringLiteral("/calorix"), {QStringLiteral("-c"), m.folder() + QLatin1Char('/')}, m);
+    running controller(bin + QStringLiteral("/calorix"), {QStringLiteral("-c"), QStringLiteral("FOLDER/")});
+    wait(warmUpMs);
+    controller.begin();
+    wait(countMs);
+    const use seen = controller.sinceBegin();
+    running window(here + QStringLiteral("/bareWindow"),
+        {QString::number(seen.threads - 1), QString::number(seen.transfersPerSecond),
+            QString::number(seen.paintsPerSecond), QStringLiteral("/dev/i2c-1"), QString::number(0x30)});
+    wait(warmUpMs);
+    // At the same time: a machine's speed changes from one minute to the next.
+    controller.begin();
+    window.begin();
+    wait(measureMs);
+    const use ours = controller.sinceBegin();
+    const use shell = window.sinceBegin();
     print("controller", ours);
-    const machine other;
-    const use shell = run(here + QStringLiteral("/bareWindow"),
-        {QString::number(ours.threads - 1), QString::number(ours.transfersPerSecond),
-            QString::number(ours.paintsPerSecond), QStringLiteral("/dev/i2c-1"), QString::number(0x30)},
-        other);
     print("bare window", shell);
     if (ours.transfersPerSecond == 0 || shell.transfersPerSecond == 0) {
         std::puts("no bus transfers seen: the simulated devices did not come up");

@@ -1,13 +1,14 @@
-// Preloaded into a Qt program: counts the paint events of its labels, and tells when the first widget is
-// painted.
+// Preloaded into a Qt program: counts the paint events of its labels, and ends it when the first
+// window is painted.
 //
 // $PAINTWATCH_FILE, 8 bytes, gets the number of paint events of labels so far. With $PAINTWATCH_EXIT set, the
-// process ends when its first widget has been painted.
+// process ends when its first window has been painted.
 #include <QApplication>
 #include <QEvent>
 #include <QLabel>
 
 #include <atomic>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -33,24 +34,20 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         if (event->type() == QEvent::Paint && watched->isWidgetType()) {
-            if (m_exits) // once the whole window is painted: ahead of whatever else waits for the event loop
-                QCoreApplication::postEvent(this, new QEvent(QEvent::Quit), Qt::HighEventPriority);
+            if (m_exits && !std::exchange(m_painted, true)) // with nothing else to do, this comes next
+                QCoreApplication::postEvent(this, new QEvent(QEvent::User), Qt::HighEventPriority);
             if (m_count && qobject_cast<QLabel *>(watched)
                 && qobject_cast<QLabel *>(watched)->text().startsWith('<'))
                 ++*m_count;
+        } else if (m_painted) { // the whole window is
+            _exit(0);
         }
         return false;
     }
 
-    bool event(QEvent *event) override
-    {
-        if (event->type() == QEvent::Quit)
-            _exit(0);
-        return QObject::event(event);
-    }
-
 private:
     const bool m_exits = qEnvironmentVariableIsSet("PAINTWATCH_EXIT");
+    bool m_painted = false; // the first widget, while m_exits
     std::atomic<quint64> *m_count = counter();
 };
 

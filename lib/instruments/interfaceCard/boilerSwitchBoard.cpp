@@ -17,6 +17,7 @@ constexpr int inheritLevel = -1;
 
 constexpr int attempts = 5;
 constexpr int attemptPauseMs = 10;
+constexpr int slowMs = 10; // an exchange that takes so long does not hold up the answers before it
 constexpr quint8 missingValue = 0xFF;
 constexpr double lowestFloat = -0.1; // Kept: for currents too, although their range starts at -15 A
 
@@ -118,8 +119,22 @@ void boilerSwitchBoard::takeSample()
     sampleRelay(relay2, QStringLiteral("Power2Control"));
     sampleMainsSense(mainsSense1, QStringLiteral("Power1Sense"), r1sns);
     sampleMainsSense(mainsSense2, QStringLiteral("Power2Sense"), r2sns);
+    passOn();
     writeDemand(demand1, demand1Key);
     writeDemand(demand2, demand2Key);
+}
+
+void boilerSwitchBoard::answered(const QString &key, const QVariant &value)
+{
+    m_answers.append({key, value});
+}
+
+/// The answers go on together, for each alone would wake the display thread.
+void boilerSwitchBoard::passOn()
+{
+    for (const auto &[key, value] : qAsConst(m_answers))
+        decoderResult(key, value);
+    m_answers.clear();
 }
 
 void boilerSwitchBoard::samplePressureSwitch(quint8 command, const QString &prefix)
@@ -127,25 +142,25 @@ void boilerSwitchBoard::samplePressureSwitch(quint8 command, const QString &pref
     quint8 state = 0;
     if (!measureUI8(command, &state, true))
         return;
-    decoderResult(prefix + QStringLiteral("State"), int(state));
-    decoderResult(prefix + QStringLiteral("Fault"), (state & 0x01) != 0);
-    decoderResult(prefix + QStringLiteral("Low"), (state & 0x02) != 0);
-    decoderResult(prefix + QStringLiteral("OK"), (state & 0x04) != 0);
-    decoderResult(prefix + QStringLiteral("High"), (state & 0x08) != 0);
+    answered(prefix + QStringLiteral("State"), int(state));
+    answered(prefix + QStringLiteral("Fault"), (state & 0x01) != 0);
+    answered(prefix + QStringLiteral("Low"), (state & 0x02) != 0);
+    answered(prefix + QStringLiteral("OK"), (state & 0x04) != 0);
+    answered(prefix + QStringLiteral("High"), (state & 0x08) != 0);
 }
 
 void boilerSwitchBoard::sampleFloat(quint8 command, const QString &key, float min, float max)
 {
     float value = 0.0F;
     if (measureFloat(command, &value, min, max))
-        decoderResult(key, double(value));
+        answered(key, double(value));
 }
 
 void boilerSwitchBoard::sampleRelay(quint8 command, const QString &key)
 {
     quint8 state = 0;
     if (measureUI8(command, &state, true))
-        decoderResult(key, state != 0);
+        answered(key, state != 0);
 }
 
 /// A change takes twelve readings, from one clamp to the other; the first value after the start takes six.
@@ -161,7 +176,7 @@ void boilerSwitchBoard::sampleMainsSense(quint8 command, const QString &key, qin
     if (std::abs(counter) <= senseThreshold)
         return;
     counter = counter > 0 ? senseClamp : -senseClamp;
-    decoderResult(key, counter > 0);
+    answered(key, counter > 0);
 }
 
 void boilerSwitchBoard::writeDemand(quint8 command, const QString &key)
@@ -199,6 +214,7 @@ bool boilerSwitchBoard::setRelay(quint8 command, bool on)
 /// Takes the bus, addresses the card, makes the exchange and gives the bus back, whatever happens.
 bool boilerSwitchBoard::exchange(const std::function<bool()> &attempt)
 {
+    const qint64 begun = m_host.uptimeMs();
     if (!i2cBus->grabBus()) {
         debug->log(QStringLiteral("Failed to grab I2C bus"));
         return false;
@@ -209,6 +225,8 @@ bool boilerSwitchBoard::exchange(const std::function<bool()> &attempt)
     else
         debug->log(QStringLiteral("Failed to set address on I2C bus"));
     i2cBus->releaseBus();
+    if (m_host.uptimeMs() - begun >= slowMs)
+        passOn();
     return done;
 }
 

@@ -4,6 +4,9 @@
 #include "lib/instruments/instrument.h"
 #include "lib/support/hostSystem.h"
 
+#include <QPair>
+#include <QVector>
+
 #include <functional>
 
 class bsbGuiCtrlChan;
@@ -58,6 +61,8 @@ private:
     void sampleRelay(quint8 command, const QString &key);
     void sampleMainsSense(quint8 command, const QString &key, qint8 &counter);
     void writeDemand(quint8 command, const QString &key);
+    void answered(const QString &key, const QVariant &value);
+    void passOn();
 
     const hostSystem &m_host;
     bool m_ch1Default = false;
@@ -70,6 +75,7 @@ private:
     bsbGuiCtrlChan *m_chan2;
     bsbGuiStatChan *m_prsGui = nullptr; // Kept: not shown on any installation so far
     bsbGuiStatChan *m_flowGui = nullptr;
+    QVector<QPair<QString, QVariant>> m_answers; // of the sample under way, not yet published
     QTimer *sampleTimer = nullptr;
     i2cInterface *i2cBus = nullptr; // not owned
 };
