@@ -42,15 +42,16 @@ class machine
 public:
     machine()
     {
-        // A copy of the example whose server port nobody else uses and whose uploads go nowhere.
+        // A copy of the example whose server port nobody else uses and whose uploads wait for a route.
         for (const char *name : {"config.xml", "heatTimer.xml", "waterTimer.xml"}) {
             QFile original(source + QStringLiteral("/config/") + QLatin1String(name));
             QFile copy(m_folder.filePath(QLatin1String(name)));
             if (original.open(QIODevice::ReadOnly) && copy.open(QIODevice::WriteOnly))
-                copy.write(original.readAll()
-                               .replace("<port>5020<", "<port>0<")
-                               .replace("127.0.0.1:8080", "127.0.0.1:9"));
+                copy.write(original.readAll().replace("<port>5020<", "<port>0<"));
         }
+        QFile route(m_folder.filePath(QStringLiteral("route")));
+        if (route.open(QIODevice::WriteOnly))
+            route.write("absent\n");
     }
 
     QString folder() const { return m_folder.path(); }
