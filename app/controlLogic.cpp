@@ -89,9 +89,3 @@ void controlLogic::startDelays(bool demand)
     else
         shutdownTimer->start();
 }
-
-/// The value as a truth; a key without a value is false.
-bool controlLogic::reads(const QString &key) const
-{
-    return CDS->query(key).toBool();
-}

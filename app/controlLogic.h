@@ -30,7 +30,6 @@ public slots:
     void takeSample();
 
 private:
-    bool reads(const QString &key) const;
     bool isDemanded() const;
     void startDelays(bool demand);
     QTimer *makeDelay(int ms);

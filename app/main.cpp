@@ -93,8 +93,8 @@ void show(mainWindow *window, bool fullscreen)
     window->show();
 }
 
-/// Paints the window now. The householder need not wait for the configuration, however long that takes; what
-/// is pressed meanwhile waits until the system runs.
+/// Paints the window now, unless a display server has to allow that first: the householder need not wait for
+/// the configuration, however long that takes. What is pressed or closed meanwhile waits for the event loop.
 void paint()
 {
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);

@@ -162,12 +162,6 @@ void valve::setOutput(bool heat, bool tank, bool force)
     decoderResult(fullOutput, tank && !heat);
 }
 
-/// The value as a truth; a key without a value is false.
-bool valve::reads(const QString &key) const
-{
-    return CDS->query(key).toBool();
-}
-
 /// Amperes drawn on the card's channel; 0 while the card has published none.
 float valve::current(const QString &card, int channel) const
 {

@@ -47,7 +47,6 @@ private:
     void buildControl();
     void followStore();
     bool isManual() const;
-    bool reads(const QString &key) const;
     float current(const QString &card, int channel) const;
     void followSelector();
     void followThermostats();

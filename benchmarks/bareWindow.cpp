@@ -3,8 +3,8 @@
 //   bareWindow
 //       a bare widget
 //   bareWindow THREADS TRANSFERS PAINTS BUS ADDRESS
-//       a label with a new text PAINTS times a second, a clock, and as many threads as asked, each with a timer of 1
-//       s; the first three make TRANSFERS bus transfers a second between them
+//       a label with a new text PAINTS times a second, a clock, and as many threads as asked, each with a
+//       timer of 1 s; the first three make TRANSFERS bus transfers a second between them
 #include <QApplication>
 #include <QLabel>
 #include <QThread>

@@ -39,7 +39,7 @@ struct measuringTime {
     double quantity; // pressure and humidity only
 };
 constexpr measuringTime typical{1.0, 2.0, 0.5};
-constexpr measuringTime longest{1.25, 2.3, 0.575};
+constexpr double startUpMs = 2.0; // the calibration is loaded after a reset
 
 /// Samples of one measurement for an oversampling code; 0 = skipped.
 int oversampling(int code)
@@ -93,7 +93,7 @@ bme280Chip::bme280Chip(const calibrationBytes &calibration, std::uint8_t id)
     using namespace bme280Compensation;
     parseTemperaturePressure(slice<calibTPLength>(calibration, 0), m_words);
     parseHumidity(slice<calibHLength>(calibration, calibTPLength), m_words);
-    reset(-m_startUpMs);
+    reset(-startUpMs);
 }
 
 void bme280Chip::setTarget(double temperatureC, double pressurePa, double humidityRH)
@@ -114,17 +114,16 @@ void bme280Chip::reset(double nowMs)
     m_pendingCtrlMeas.reset();
     m_filteredTemperature.reset();
     m_filteredPressure.reset();
-    m_readyMs = nowMs + m_startUpMs;
+    m_readyMs = nowMs + startUpMs;
 }
 
 double bme280Chip::measuringMs() const
 {
-    const measuringTime &t = m_slow ? longest : typical;
-    const auto part = [&t](int code, double quantity) {
-        return code == 0 ? 0.0 : t.sample * oversampling(code) + quantity;
+    const auto part = [](int code, double quantity) {
+        return code == 0 ? 0.0 : typical.sample * oversampling(code) + quantity;
     };
-    return t.fixed + part(m_ctrlMeas >> 5, 0.0) + part(m_ctrlMeas >> 2 & oversamplingMask, t.quantity)
-        + part(m_osrH, t.quantity);
+    return typical.fixed + part(m_ctrlMeas >> 5, 0.0)
+        + part(m_ctrlMeas >> 2 & oversamplingMask, typical.quantity) + part(m_osrH, typical.quantity);
 }
 
 void bme280Chip::write(const std::uint8_t *bytes, std::size_t length, double nowMs)

@@ -26,12 +26,6 @@ public:
 
     /// What is measured from now on. Values outside the chip's range are measured as the range's end.
     void setTarget(double temperatureC, double pressurePa, double humidityRH);
-    /// Takes the longest measuring time of the data sheet (all x16: 112.8 ms) instead of the typical one (98
-    /// ms).
-    void setSlow(bool slow) { m_slow = slow; }
-    /// How long the calibration takes to load after a reset; longer than a driver waits for makes a broken
-    /// chip.
-    void setStartUpMs(double ms) { m_startUpMs = ms; }
 
     /// One write transfer: a register number, then value, register, value, ...; the chip does not count up.
     /// The last register number stays selected for reading.
@@ -64,8 +58,6 @@ private:
     double m_temperatureC = 20.0;
     double m_pressurePa = 101325.0;
     double m_humidityRH = 50.0;
-    bool m_slow = false;
-    double m_startUpMs = 2.0;
 
     std::uint8_t m_selected = 0;
     std::uint8_t m_ctrlHum = 0;

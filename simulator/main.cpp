@@ -6,6 +6,7 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QLocalSocket>
 #include <QSocketNotifier>
 
@@ -94,7 +95,7 @@ int ask(const options &o)
 {
     constexpr int timeoutMs = 5000;
     QLocalSocket socket;
-    socket.connectToServer(o.askAt);
+    socket.connectToServer(QFileInfo(o.askAt).absoluteFilePath()); // a name alone would be one in /tmp
     if (!socket.waitForConnected(timeoutMs))
         return refuse(socket.errorString());
     socket.write(o.words.join(' ').toUtf8() + '\n');

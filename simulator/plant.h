@@ -61,7 +61,6 @@ public:
     bool tankCalls() const { return calls(m_tankThermostat, m_tankWants); }
 
     /// The boiler has current and is not at its limit.
-    bool isFiring() const { return m_firing; }
 
     void advance(double seconds, const supply &on);
 

@@ -10,7 +10,8 @@
 /// Cuts serialised elements out of a byte stream that may start or break anywhere.
 ///
 /// Unlike the controller's own parser it tries every start pair by its checksum, so one false start costs
-/// nothing but itself, and it has no limit but the longest element that makes sense.
+/// at most the wait for the bytes that it announces, and it has no limit but the longest element that makes
+/// sense.
 class elementReader
 {
 public:

@@ -35,7 +35,7 @@ public:
         connect(&client, &streamClient::received, this, &watcher::take);
         connect(&client, &streamClient::lost, this, &watcher::complain);
         connect(&m_redraw, &QTimer::timeout, this, &watcher::draw);
-        if (m_form == table)
+        if (m_form == table && ::isatty(STDOUT_FILENO) != 0)
             m_redraw.start(redrawMs);
         if (m_form == csv)
             print(QStringLiteral("time,key,value,type"));
@@ -56,6 +56,12 @@ private:
     {
         std::printf("%s\n", line.toLocal8Bit().constData());
         std::fflush(stdout);
+    }
+
+    static void printRow(const QString &key, const QString &value, const QString &type, const QString &age)
+    {
+        print(
+            key.leftJustified(32) + ' ' + value.leftJustified(20) + ' ' + type.leftJustified(7) + ' ' + age);
     }
 
     const form m_form;
@@ -100,19 +106,13 @@ void watcher::draw() const
     const int most = live ? size.ws_row - otherLines : m_rows.size();
     if (live)
         std::fputs("\033[H\033[J", stdout); // to the corner, and clear
-    print(QStringLiteral("%1 %2 %3 %4")
-              .arg(QStringLiteral("KEY"), -32)
-              .arg(QStringLiteral("VALUE"), -20)
-              .arg(QStringLiteral("TYPE"), -7)
-              .arg(QStringLiteral("AGE"), 6));
+    printRow(
+        QStringLiteral("KEY"), QStringLiteral("VALUE"), QStringLiteral("TYPE"), QStringLiteral("   AGE"));
     const QDateTime now = QDateTime::currentDateTimeUtc();
     int shown = 0;
     for (auto each = m_rows.constBegin(); each != m_rows.constEnd() && shown < most; ++each, ++shown)
-        print(QStringLiteral("%1 %2 %3 %4 s")
-                  .arg(each.key(), -32)
-                  .arg(valueText(each->value), -20)
-                  .arg(typeText(each->value), -7)
-                  .arg(each->at.msecsTo(now) / msPerSecond, 4));
+        printRow(each.key(), valueText(each->value), typeText(each->value),
+            QStringLiteral("%1 s").arg(each->at.msecsTo(now) / msPerSecond, 4));
     print(QStringLiteral("%1 of %2 keys, %3").arg(shown).arg(m_rows.size()).arg(m_status));
 }
 }

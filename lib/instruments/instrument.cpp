@@ -148,6 +148,11 @@ void instrument::decoderResult(const QString &key, const QVariant &value)
         emit resultAvailable(stored, value);
 }
 
+bool instrument::reads(const QString &key) const
+{
+    return CDS->query(key).toBool();
+}
+
 void instrument::startInterfacePower(interface *used)
 {
     attach(used);

@@ -68,6 +68,8 @@ protected:
     /// An interface that stands behind the instrument in the file, so that configure() did not find it yet,
     /// is attached now.
     void startInterfacePower(interface *used);
+    /// The stored value as a truth, which QVariant rounds; a key without a value is false.
+    bool reads(const QString &key) const;
 
     bool directStoreUpdate = false; // no key sets it
     QDomElement configXML;

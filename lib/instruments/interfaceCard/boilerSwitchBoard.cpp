@@ -181,7 +181,7 @@ void boilerSwitchBoard::sampleMainsSense(quint8 command, const QString &key, qin
 
 void boilerSwitchBoard::writeDemand(quint8 command, const QString &key)
 {
-    setRelay(command, CDS->query(storagePrepend + key).toBool());
+    setRelay(command, reads(storagePrepend + key));
 }
 
 bool boilerSwitchBoard::measureUI8(quint8 command, quint8 *value, bool check)
