@@ -4,6 +4,7 @@
 #include "app/controlPage.h"
 #include "app/eventLoop.h"
 #include "app/servicePage.h"
+#include "lib/support/standardOutput.h"
 #include "lib/types/datastore.h"
 
 #include <QBoxLayout>
@@ -59,11 +60,6 @@ QString fixed(double value, int decimals)
     return QString::fromLatin1(text.data(), int(end - text.data()));
 }
 
-void print(const char *line)
-{
-    std::puts(line);
-    std::fflush(stdout);
-}
 }
 
 /// A stored value that the panel shows.
@@ -239,7 +235,7 @@ QString mainWindow::statusText() const
 
 void mainWindow::shutdown()
 {
-    print("Shutdown requested");
+    printLine("Shutdown requested\n");
     QMessageBox question(QMessageBox::Critical, tr("Calorix System"),
         tr("This will shut down the control system. Are you sure?"), QMessageBox::Yes | QMessageBox::No,
         this);
@@ -250,12 +246,12 @@ void mainWindow::shutdown()
     if (answer == QMessageBox::Yes)
         powerOff();
     else if (answer == QMessageBox::No)
-        print("Shutdown canceled by user");
+        printLine("Shutdown canceled by user\n");
 }
 
 void mainWindow::powerOff()
 {
-    print("User confirmed shutdown");
+    printLine("User confirmed shutdown\n");
     if (m_evLoop)
         m_evLoop->stop();
     if (std::system("sudo shutdown -hP now") != 0)

@@ -15,7 +15,8 @@ constexpr int startLevel = 1;
 constexpr int detailLevel = 2;
 constexpr qint64 stallSeconds = 180; // a request that runs longer is taken for lost
 constexpr int removeLimitMs = 5000;
-constexpr int endLimitMs = 1000; // for a killed process, when the whole queue goes
+constexpr qint64 answerLimit = 64 * 1024; // bytes of each of curl's outputs that are kept for the log
+constexpr int endLimitMs = 1000;          // for a killed process, when the whole queue goes
 }
 
 netAction::netAction(const netActionInfo &info, unsigned int index, debugComponent *debug, QObject *parent,
@@ -31,6 +32,8 @@ netAction::netAction(const netActionInfo &info, unsigned int index, debugCompone
     using finishedSignal = void (QProcess::*)(int, QProcess::ExitStatus);
     connect(&upload, static_cast<finishedSignal>(&QProcess::finished), this, &netAction::actionFinished);
     connect(&upload, &QProcess::errorOccurred, this, &netAction::processFailed);
+    connect(&upload, &QProcess::readyReadStandardOutput, this, [this] { trim(QProcess::StandardOutput); });
+    connect(&upload, &QProcess::readyReadStandardError, this, [this] { trim(QProcess::StandardError); });
     connect(&m_remove, static_cast<finishedSignal>(&QProcess::finished), this, &netAction::fileRemoved);
     connect(&m_remove, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart)
@@ -130,6 +133,14 @@ bool netAction::writeBody()
     QFile file;
     file.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
     return file.write(info.msgData) == info.msgData.size();
+}
+
+/// Keeps the end of what curl has printed. A server may answer with more than the memory holds.
+void netAction::trim(QProcess::ProcessChannel output)
+{
+    upload.setReadChannel(output);
+    if (const qint64 excess = upload.bytesAvailable() - answerLimit; excess > 0)
+        upload.skip(excess);
 }
 
 void netAction::processFailed(QProcess::ProcessError error)

@@ -53,6 +53,7 @@ private:
     void handleRunning();
     void requestStart();
     bool writeBody();
+    void trim(QProcess::ProcessChannel output);
     void processFailed(QProcess::ProcessError error);
     void removeFile();
     void fileRemoved();

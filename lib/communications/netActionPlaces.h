@@ -3,6 +3,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QSet>
 
 class netAction;
 
@@ -24,14 +25,15 @@ public:
     bool take(netAction *asker);
     /// Somebody who waits starts on the event loop's next turn, so a start that fails at once cannot recurse.
     void giveBack();
-    void stopWaiting(netAction *asker) { m_waiting.removeOne(asker); }
+    void stopWaiting(netAction *asker);
     /// Nobody waits any more; whoever still wants to run asks again.
-    void sendAllHome() { m_waiting.clear(); }
+    void sendAllHome();
 
 private:
     void startNext();
 
     QList<netAction *> m_waiting; // in the order asked
+    QSet<netAction *> m_known;    // the same; a long queue asks again all at once
     int m_taken = 0;
 };
 

@@ -1,6 +1,6 @@
 #include "lib/communications/terminalDebugClient.h"
 
-#include <cstdio>
+#include "lib/support/standardOutput.h"
 
 namespace {
 const char *colour(quint32 level)
@@ -18,19 +18,15 @@ terminalDebugClient::terminalDebugClient(QObject *parent, const hostSystem &host
 
 void terminalDebugClient::registerComponent(const debugMessage &m)
 {
-    std::printf("Registered component - %s with UUID %s\n", m.componentName.toLocal8Bit().constData(),
-        m.UUID.toString().toLatin1().constData());
-    std::fflush(stdout);
+    printLine("Registered component - " + m.componentName.toLocal8Bit() + " with UUID "
+        + m.UUID.toString().toLatin1() + '\n');
 }
 
 void terminalDebugClient::log(const debugMessage &m)
 {
     if (!outputRequired(m))
         return;
-    // One call prints one whole line, whatever other threads print. Flushed, because a journal is not a
-    // terminal and the last lines before a crash are the ones that matter.
-    std::printf("%s%s : Level%i - %s - %s\n", colour(m.level),
-        m_host.now().toString(QStringLiteral("hh:mm:ss.zzz")).toLatin1().constData(), int(m.level),
-        m.componentName.toLocal8Bit().constData(), m.debugData.toLocal8Bit().constData());
-    std::fflush(stdout);
+    printLine(colour(m.level) + m_host.now().toString(QStringLiteral("hh:mm:ss.zzz")).toLatin1() + " : Level"
+        + QByteArray::number(int(m.level)) + " - " + m.componentName.toLocal8Bit() + " - "
+        + m.debugData.toLocal8Bit() + '\n');
 }

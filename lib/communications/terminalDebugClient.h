@@ -5,7 +5,8 @@
 
 #include "lib/support/hostSystem.h"
 
-/// Prints messages to standard output, coloured by level; the time is that of printing, UTC.
+/// Prints messages to standard output, coloured by level; the time is that of printing, UTC. Whoever reads
+/// them cannot hold up the threads that log, see printLine().
 /// Kept: the colour is not reset afterwards.
 class terminalDebugClient : public debugClient
 {

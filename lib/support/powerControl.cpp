@@ -19,13 +19,11 @@ constexpr int offByRuleOnly = 4;
 
 const QString powerKey = QStringLiteral("power");
 
-constexpr int shortestMs = 50; // a mistyped interval reads as 0, and must not rattle a relay
-
 /// A timer of the calling thread that stops with it.
 std::shared_ptr<QTimer> makeTimer(int intervalMs)
 {
     auto timer = std::make_shared<QTimer>();
-    timer->setInterval(qMax(intervalMs, shortestMs));
+    timer->setInterval(intervalMs);
     QObject::connect(QThread::currentThread(), &QThread::finished, timer.get(), &QTimer::stop);
     return timer;
 }
@@ -97,10 +95,19 @@ void powerControl::setGpio(gpioInterface *driver)
     gpio = std::shared_ptr<gpioInterface>(driver, [](gpioInterface *) {});
 }
 
+/// A mistyped interval reads as 0, and would rattle the supply's relay as fast as the processor turns.
+int powerControl::usable(int intervalMs, int defaultMs) const
+{
+    if (intervalMs > 0)
+        return intervalMs;
+    debug->log(QStringLiteral("No usable power interval configured, taking %1 ms").arg(defaultMs));
+    return defaultMs;
+}
+
 void powerControl::start()
 {
-    powerOnTimer = makeTimer(powerOnInterval);
-    powerOffTimer = makeTimer(powerOffInterval);
+    powerOnTimer = makeTimer(usable(powerOnInterval, defaultOnMs));
+    powerOffTimer = makeTimer(usable(powerOffInterval, defaultOffMs));
     powerOffTimer->setSingleShot(true);
     debug->addChild(gpio->debug.get());
     // The timers are the contexts: they fire on the thread that started, not on the one this object was made

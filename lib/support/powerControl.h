@@ -72,15 +72,17 @@ protected:
     virtual void afterPowerOff() { }
 
     static constexpr int noPin = -1;
+    static constexpr int defaultOnMs = 600000;
+    static constexpr int defaultOffMs = 300000;
 
     bool forceOn = false;  // powerOff() does nothing
     bool forceOff = false; // powerOn() does nothing
     bool power = false;
     int pin = noPin;
-    int powerOnMode = 0;           // 0: once, at start; other: at every powerOnInterval
-    int powerOffMode = 3;          // 3: by rules; 4: by rules only, whatever powerOnMode is
-    int powerOnInterval = 600000;  // ms
-    int powerOffInterval = 300000; // ms
+    int powerOnMode = 0;                 // 0: once, at start; other: at every powerOnInterval
+    int powerOffMode = 3;                // 3: by rules; 4: by rules only, whatever powerOnMode is
+    int powerOnInterval = defaultOnMs;   // ms
+    int powerOffInterval = defaultOffMs; // ms
     QDateTime m_powerOnTime;
     std::shared_ptr<QTimer> powerOnTimer; // both are null before start()
     std::shared_ptr<QTimer> powerOffTimer;
@@ -91,6 +93,7 @@ private:
     void addRule(const QDomElement &element);
     bool anyRuleMatches(const datastoreElementType &element);
     void followStore();
+    int usable(int intervalMs, int defaultMs) const;
 
     const hostSystem &m_host;
     datastore *m_store = nullptr;

@@ -3,7 +3,9 @@
 #include "lib/communications/debugComponent.h"
 
 #include <QFile>
-#include <QXmlStreamReader>
+#include <QXmlDefaultHandler>
+#include <QXmlInputSource>
+#include <QXmlSimpleReader>
 
 namespace {
 constexpr int maximumDepth = 256; // nested elements; ours need 6
@@ -19,23 +21,51 @@ struct parseError {
     }
 };
 
-/// The first place where \a text nests too deeply for a recursive parser. Other errors are left to that
-/// parser.
+QT_WARNING_PUSH
+QT_WARNING_DISABLE_DEPRECATED // QDomDocument stands on this parser; only it reads every file as that does
+
+    /// Stops the parser where a text nests deeper than a recursive reader of the document could follow.
+    class depthGuard : public QXmlDefaultHandler
+{
+public:
+    void setDocumentLocator(QXmlLocator *locator) override { m_locator = locator; }
+    bool startElement(const QString &, const QString &, const QString &, const QXmlAttributes &) override
+    {
+        if (++m_depth <= maximumDepth)
+            return true;
+        found = {QStringLiteral("elements are nested too deeply"), m_locator->lineNumber(),
+            m_locator->columnNumber()};
+        return false;
+    }
+    bool endElement(const QString &, const QString &, const QString &) override
+    {
+        --m_depth;
+        return true;
+    }
+
+    parseError found;
+
+private:
+    QXmlLocator *m_locator = nullptr;
+    int m_depth = 0;
+};
+
+/// The first place where \a text nests too deeply. Other errors are left to the document's own parser.
 parseError findExcessiveDepth(const QByteArray &text)
 {
-    QXmlStreamReader reader(text);
-    reader.setNamespaceProcessing(false); // as that parser: an unknown prefix is no error, and no end
-    int depth = 0;
-    while (!reader.atEnd()) {
-        const QXmlStreamReader::TokenType token = reader.readNext();
-        if (token == QXmlStreamReader::EndElement)
-            --depth;
-        else if (token == QXmlStreamReader::StartElement && ++depth > maximumDepth)
-            return {QStringLiteral("elements are nested too deeply"), int(reader.lineNumber()),
-                int(reader.columnNumber())};
-    }
-    return {};
+    QXmlInputSource source;
+    source.setData(text);
+    const QString decoded = source.data();
+    // The parser recurses into the brackets of a content model.
+    if (decoded.contains(QLatin1String("<!ELEMENT")) && decoded.count(QLatin1Char('(')) > maximumDepth)
+        return {QStringLiteral("declarations are nested too deeply"), 1, 1};
+    depthGuard guard;
+    QXmlSimpleReader reader;
+    reader.setContentHandler(&guard);
+    reader.parse(source);
+    return guard.found;
 }
+QT_WARNING_POP
 }
 
 std::optional<QDomDocument> loadXmlFile(const QString &fileName, debugComponent &log)

@@ -39,6 +39,7 @@ struct fixture {
                   "printf '%s\\n' \"$@\" > args; cat $file > body; stat -c %a $file > mode\n"
                   "echo $number >> started; echo out; echo err >&2\n"
                   "while [ -e hold ]; do sleep 0.02; done\n"
+                  "[ ! -e long ] || { yes | head -c 10000000; yes end | head -n 3; }\n"
                   "exit $(cat exit)");
         queue->debug->registerWithClient(&log);
         QObject::connect(queue.get(), &network::resultAvailable, queue.get(),
@@ -179,6 +180,17 @@ private slots:
                     "err", "", "Network action cleanup: Removing action 0 of 1",
                     "Network action cleanup: Completed: 1 Remaining 0"}));
         }
+    }
+
+    void keepsTheEndOfALongAnswer()
+    {
+        fixture f;
+        f.startWithRoute();
+        f.host.write("/long", "");
+        f.request(1);
+        QTRY_COMPARE(f.remaining, 0);
+        QCOMPARE(f.log.texts().count("end"), 3);
+        QVERIFY(f.log.texts().count("y") > 1000 && f.log.texts().size() < 64 * 1024);
     }
 
     void areTriedUntilTheySucceed()

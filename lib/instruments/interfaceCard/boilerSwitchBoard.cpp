@@ -17,7 +17,7 @@ constexpr int inheritLevel = -1;
 
 constexpr int attempts = 5;
 constexpr int attemptPauseMs = 10;
-constexpr int slowMs = 10; // an exchange that takes so long does not hold up the answers before it
+constexpr int slowMs = 10; // the answers of a card, or a bus, that takes so long do not wait for the rest
 constexpr quint8 missingValue = 0xFF;
 constexpr double lowestFloat = -0.1; // Kept: for currents too, although their range starts at -15 A
 
@@ -211,10 +211,18 @@ bool boilerSwitchBoard::setRelay(quint8 command, bool on)
     return exchange([&] { return i2cBus->writeRegister(command, sizeof data, &data); });
 }
 
-/// Takes the bus, addresses the card, makes the exchange and gives the bus back, whatever happens.
 bool boilerSwitchBoard::exchange(const std::function<bool()> &attempt)
 {
     const qint64 begun = m_host.uptimeMs();
+    const bool done = exchangeOnBus(attempt);
+    if (m_host.uptimeMs() - begun >= slowMs)
+        passOn();
+    return done;
+}
+
+/// Takes the bus, addresses the card, makes the exchange and gives the bus back, whatever happens.
+bool boilerSwitchBoard::exchangeOnBus(const std::function<bool()> &attempt)
+{
     if (!i2cBus->grabBus()) {
         debug->log(QStringLiteral("Failed to grab I2C bus"));
         return false;
@@ -225,8 +233,6 @@ bool boilerSwitchBoard::exchange(const std::function<bool()> &attempt)
     else
         debug->log(QStringLiteral("Failed to set address on I2C bus"));
     i2cBus->releaseBus();
-    if (m_host.uptimeMs() - begun >= slowMs)
-        passOn();
     return done;
 }
 
@@ -235,6 +241,7 @@ bool boilerSwitchBoard::repeat(const std::function<bool()> &attempt)
     for (int i = 0; i < attempts; ++i) {
         if (attempt())
             return true;
+        passOn();
         m_host.sleepMs(attemptPauseMs);
     }
     return false;

@@ -23,7 +23,7 @@ class i2cInterface;
 /// A failed measurement publishes nothing and the sample goes on; only a bus that cannot be taken or
 /// addressed is logged. A failed relay write is made good by the next sample. Thread: everything from start()
 /// on runs on the instrument's own thread; the bus is taken for one exchange at a time. Source:
-/// docs/protocols/switchboard.md, the card's command map.
+/// docs/protocols/switch-board.md, the card's command map.
 class boilerSwitchBoard : public instrument
 {
     Q_OBJECT
@@ -53,6 +53,7 @@ private:
     bool setRelay(quint8 command, bool on);
 
     bool exchange(const std::function<bool()> &attempt);
+    bool exchangeOnBus(const std::function<bool()> &attempt);
     bool repeat(const std::function<bool()> &attempt);
     void useInterface(const QString &name);
 

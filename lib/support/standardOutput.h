@@ -1,0 +1,12 @@
+#ifndef STANDARDOUTPUT_H
+#define STANDARDOUTPUT_H
+
+#include <QByteArray>
+
+/// Prints \a line, which ends with a line feed, to standard output at once and as one piece.
+///
+/// Never waits: while whoever reads the output takes nothing (a journal on a dying card, a stopped terminal),
+/// lines are lost, and later one line says how many. Any thread.
+void printLine(const QByteArray &line);
+
+#endif
