@@ -82,6 +82,18 @@ private slots:
         QVERIFY(f.host.isFree());
     }
 
+    void answersDoNotWaitForASlowOne()
+    {
+        fixture f;
+        f.host.setRegisters(card, 0x01, bytes(std::numeric_limits<float>::quiet_NaN())); // asked five times
+        QMap<QString, qint64> sleptBefore;
+        connect(&f.device, &instrument::resultAvailable, &f.device,
+            [&](const QString &key) { sleptBefore[key] = f.host.sleptMs(); });
+        f.sample("");
+        QCOMPARE(sleptBefore["boilerPrs2High"], qint64(0));
+        QCOMPARE(sleptBefore["boilerPressure2"], qint64(50));
+    }
+
     void debouncesTheMainsSense()
     {
         const QList<QPair<QByteArray, QByteArray>> rows{// samples, F is 0xFF; . nothing, 1 true, 0 false

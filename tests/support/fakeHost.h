@@ -26,21 +26,28 @@ public:
     using hostSystem::write;
     void remove(const QString &path) { QFile::remove(this->path(path)); }
 
-    void advance(qint64 ms) { m_utcMs += ms; }
+    void advance(qint64 ms)
+    {
+        m_utcMs += ms;
+        m_uptimeMs += ms;
+    }
     void setUtc(const QDateTime &utc) { m_utcMs = utc.toMSecsSinceEpoch(); }
 
     QString path(const QString &path) const override { return m_tree.path() + path; }
     qint64 utcMs() const override { return m_utcMs; }
+    qint64 uptimeMs() const override { return m_uptimeMs; }
     void sleepMs(int ms) const override
     {
         m_sleptMs += ms;
         m_utcMs += ms;
+        m_uptimeMs += ms;
     }
     qint64 sleptMs() const { return m_sleptMs; }
 
 private:
     QTemporaryDir m_tree;
     mutable std::atomic<qint64> m_utcMs{1768473000000}; // 2026-01-15 10:30:00 UTC
+    mutable std::atomic<qint64> m_uptimeMs{0};
     mutable std::atomic<qint64> m_sleptMs{0};
 };
 
