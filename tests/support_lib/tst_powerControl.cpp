@@ -47,7 +47,8 @@ private slots:
 
     void cycles()
     {
-        fixture f("<on><mode>1</mode><interval>60000</interval></on><off><mode>0</mode><interval>5 min</interval></off>"
+        fixture f("<on><mode>1</mode><interval>60000</interval></on><off><mode>0</mode><interval>5 "
+                  "min</interval></off>"
                   "<invert>TRUE</invert>");
         f.tested.start();
         QCOMPARE(f.tested.onTimer()->interval(), 60000);
