@@ -32,7 +32,7 @@ void controlLogic::configureInstrument(QDomElement block)
         {"pumpout", into(pumpOutput)},
         {"boilerout", into(boilerOutput)},
         {"boilersense", into(boilerSense)},
-        {"period", intoMs(m_sampleInterval)},
+        {"period", intoPeriod(m_sampleInterval, *debug)},
         {"startupperiod", intoMs(m_startupPeriod)},
         {"shutdownperiod", intoMs(m_shutdownPeriod)},
     };

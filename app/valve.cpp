@@ -67,7 +67,7 @@ void valve::configureInstrument(QDomElement block)
         {"fulloutchan", into(fullChannel)},
         {"heattimer", into(heatTimer)},
         {"tanktimer", into(tankTimer)},
-        {"period", intoMs(m_sampleInterval)},
+        {"period", intoPeriod(m_sampleInterval, *debug)},
     };
     readKeys(block, keys);
 }

@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <cmath>
 #include <cstdio>
 
 #include <fcntl.h>
@@ -45,10 +46,17 @@ QByteArray spoiled(QByteArray text, kernelFiles::condition c)
     }
 }
 
+/// The nearest number that such a file can hold; 0 for none at all.
+int rounded(double value)
+{
+    constexpr double most = 1e6;
+    return std::isnan(value) ? 0 : qRound(qBound(-most, value, most));
+}
+
 /// The driver's two lines for a 12-bit conversion; the checksum itself is not modelled.
 QByteArray oneWireText(double degrees)
 {
-    const int sixteenths = qRound(degrees * 16.0);
+    const int sixteenths = rounded(degrees * 16.0);
     const QByteArray low = QByteArray::number(sixteenths & 0xff, 16).rightJustified(2, '0');
     const QByteArray high = QByteArray::number(sixteenths >> 8 & 0xff, 16).rightJustified(2, '0');
     const QByteArray pad = low + ' ' + high + " 4b 46 7f ff 0c 10 1c";
@@ -122,7 +130,7 @@ void kernelFiles::setLoad(double load)
 void kernelFiles::setProcessorTemperature(double degrees)
 {
     update(QStringLiteral("temp"), QStringLiteral("/sys/class/thermal/thermal_zone0/temp"),
-        QByteArray::number(qRound(degrees * 1000.0)) + '\n');
+        QByteArray::number(rounded(degrees * 1000.0)) + '\n');
 }
 
 void kernelFiles::update(const QString &name, const QString &path, const QByteArray &text)

@@ -29,7 +29,7 @@ void ds18b20::configureInstrument(QDomElement block)
     readKeys(block,
         {
             {"device", into(sensorID)},
-            {"sampleperiod", intoMs(sampleInterval)},
+            {"sampleperiod", intoPeriod(sampleInterval, *debug)},
         });
 }
 

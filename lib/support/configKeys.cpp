@@ -1,5 +1,7 @@
 #include "lib/support/configKeys.h"
 
+#include "lib/communications/debugComponent.h"
+
 void readKeys(const QDomElement &block, const std::vector<configKey> &keys)
 {
     for (QDomElement child = block.firstChildElement(); !child.isNull(); child = child.nextSiblingElement()) {
@@ -29,4 +31,15 @@ std::function<void(const QDomElement &)> into(quint32 &target)
 std::function<void(const QDomElement &)> intoMs(int &target)
 {
     return [&target](const QDomElement &element) { target = qMax(0, element.text().toInt()); };
+}
+
+std::function<void(const QDomElement &)> intoPeriod(int &target, debugComponent &log)
+{
+    return [&target, &log](const QDomElement &element) {
+        if (const int period = element.text().toInt(); period > 0)
+            target = period;
+        else
+            log.log(QStringLiteral("No usable period \"%1\", keeping %2 ms")
+                        .arg(element.text(), QString::number(target)));
+    };
 }

@@ -7,6 +7,8 @@
 #include <functional>
 #include <vector>
 
+class debugComponent;
+
 /// One row of a configuration table: a child element's tag in lower case and what to do with the element.
 struct configKey {
     const char *tag;
@@ -26,5 +28,8 @@ std::function<void(const QDomElement &)> into(int &target);
 std::function<void(const QDomElement &)> into(quint32 &target);
 /// The same for a period or delay in milliseconds: a negative one reads as 0, which no timer refuses.
 std::function<void(const QDomElement &)> intoMs(int &target);
+/// The same for the period of a sample: one that is not positive leaves \a target, with a line in \a log. As
+/// fast as the processor turns, results would drown the display thread and eat the memory.
+std::function<void(const QDomElement &)> intoPeriod(int &target, debugComponent &log);
 
 #endif

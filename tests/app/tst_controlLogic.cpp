@@ -23,7 +23,7 @@ struct fixture {
     {
         launch(logic,
             "<instrument><heatstat>room</heatstat><TankStat>tank</TankStat><pumpout>pump</pumpout>"
-            "<boilerout>boiler</boilerout><boilersense>sense</boilersense></instrument>");
+            "<boilerout>boiler</boilerout><boilersense>sense</boilersense><period>1 s</period></instrument>");
     }
     /// A timer comes on, a delay ends, or a key becomes true, with a '-' in front false.
     void apply(const QString &step)
@@ -64,6 +64,7 @@ private slots:
             {"heatTimer room -room runOn wait lead", ".pppp."},             // the pump waits for both delays
             {"heatTimer room -room room -room lead wait runOn", ".pppppp."},
             {"heatTimer waterTimer room lead tank -room -tank runOn", "..pBBBp."}};
+        QCOMPARE(fixture().logic.findChild<QTimer *>()->interval(), 1000); // "1 s" is no period
         for (const auto &[steps, outputs] : rows) {
             fixture f;
             QString seen;

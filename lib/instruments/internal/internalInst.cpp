@@ -49,7 +49,7 @@ void internalInst::configureInstrument(QDomElement block)
     readKeys(block,
         {
             {"sensor", [this](const QDomElement &element) { addSensor(element); }},
-            {"period", intoMs(sampleInterval)},
+            {"period", intoMs(sampleInterval)}, // Kept: 0 is taken as it stands
         });
     for (const std::unique_ptr<int_sensor> &each : sensor)
         debug->addChild(each->debug.get());
