@@ -32,9 +32,9 @@ void controlLogic::configureInstrument(QDomElement block)
         {"pumpout", into(pumpOutput)},
         {"boilerout", into(boilerOutput)},
         {"boilersense", into(boilerSense)},
-        {"period", intoPeriod(m_sampleInterval, *debug)},
-        {"startupperiod", intoMs(m_startupPeriod)},
-        {"shutdownperiod", intoMs(m_shutdownPeriod)},
+        {"period", intoMs(m_sampleInterval, 1, *debug)},
+        {"startupperiod", intoMs(m_startupPeriod, 0, *debug)},
+        {"shutdownperiod", intoMs(m_shutdownPeriod, 0, *debug)},
     };
     readKeys(block, keys);
 }

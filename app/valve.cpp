@@ -67,7 +67,7 @@ void valve::configureInstrument(QDomElement block)
         {"fulloutchan", into(fullChannel)},
         {"heattimer", into(heatTimer)},
         {"tanktimer", into(tankTimer)},
-        {"period", intoPeriod(m_sampleInterval, *debug)},
+        {"period", intoMs(m_sampleInterval, 1, *debug)},
     };
     readKeys(block, keys);
 }

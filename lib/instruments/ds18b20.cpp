@@ -29,7 +29,7 @@ void ds18b20::configureInstrument(QDomElement block)
     readKeys(block,
         {
             {"device", into(sensorID)},
-            {"sampleperiod", intoPeriod(sampleInterval, *debug)},
+            {"sampleperiod", intoMs(sampleInterval, 1, *debug)},
         });
 }
 

@@ -33,13 +33,15 @@ std::function<void(const QDomElement &)> intoMs(int &target)
     return [&target](const QDomElement &element) { target = qMax(0, element.text().toInt()); };
 }
 
-std::function<void(const QDomElement &)> intoPeriod(int &target, debugComponent &log)
+std::function<void(const QDomElement &)> intoMs(int &target, int least, debugComponent &log)
 {
-    return [&target, &log](const QDomElement &element) {
-        if (const int period = element.text().toInt(); period > 0)
-            target = period;
+    return [&target, least, &log](const QDomElement &element) {
+        bool isNumber = false;
+        const int ms = element.text().toInt(&isNumber);
+        if (isNumber && ms >= least)
+            target = ms;
         else
-            log.log(QStringLiteral("No usable period \"%1\", keeping %2 ms")
+            log.log(QStringLiteral("No usable number of milliseconds \"%1\", keeping %2")
                         .arg(element.text(), QString::number(target)));
     };
 }

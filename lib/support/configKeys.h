@@ -28,8 +28,9 @@ std::function<void(const QDomElement &)> into(int &target);
 std::function<void(const QDomElement &)> into(quint32 &target);
 /// The same for a period or delay in milliseconds: a negative one reads as 0, which no timer refuses.
 std::function<void(const QDomElement &)> intoMs(int &target);
-/// The same for the period of a sample: one that is not positive leaves \a target, with a line in \a log. As
-/// fast as the processor turns, results would drown the display thread and eat the memory.
-std::function<void(const QDomElement &)> intoPeriod(int &target, debugComponent &log);
+/// The same, but text that is no number, or a number below \a least, leaves \a target, with a line in \a log:
+/// a mistyped delay must not leave the boiler without its pump, nor a mistyped period of 0 drown the display
+/// thread in results.
+std::function<void(const QDomElement &)> intoMs(int &target, int least, debugComponent &log);
 
 #endif

@@ -23,7 +23,8 @@ struct fixture {
     {
         launch(logic,
             "<instrument><heatstat>room</heatstat><TankStat>tank</TankStat><pumpout>pump</pumpout>"
-            "<boilerout>boiler</boilerout><boilersense>sense</boilersense><period>1 s</period></instrument>");
+            "<boilerout>boiler</boilerout><boilersense>sense</boilersense><period>1 s</period>"
+            "<startupperiod>10 s</startupperiod><shutdownperiod>-1</shutdownperiod></instrument>");
     }
     /// A timer comes on, a delay ends, or a key becomes true, with a '-' in front false.
     void apply(const QString &step)
@@ -64,7 +65,11 @@ private slots:
             {"heatTimer room -room runOn wait lead", ".pppp."},             // the pump waits for both delays
             {"heatTimer room -room room -room lead wait runOn", ".pppppp."},
             {"heatTimer waterTimer room lead tank -room -tank runOn", "..pBBBp."}};
-        QCOMPARE(fixture().logic.findChild<QTimer *>()->interval(), 1000); // "1 s" is no period
+        const fixture fresh;
+        QList<int> intervals; // none of the texts is a number of milliseconds
+        for (const QTimer *each : fresh.logic.findChildren<QTimer *>())
+            intervals.append(each->interval());
+        QCOMPARE(intervals, (QList<int>{1000, 10000, 60000}));
         for (const auto &[steps, outputs] : rows) {
             fixture f;
             QString seen;

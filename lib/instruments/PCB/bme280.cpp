@@ -39,7 +39,7 @@ void bme280::configureInstrument(QDomElement block)
                     i2cBus = dynamic_cast<i2cInterface *>(getInterface(element.text()));
                 }},
             {"address", into(i2cAddr)},
-            {"period", intoPeriod(period, *debug)},
+            {"period", intoMs(period, 1, *debug)},
         });
 }
 

@@ -70,7 +70,7 @@ void boilerSwitchBoard::configureInstrument(QDomElement block)
             {"chan2default", intoFlag(m_ch2Default)},
             {"chan1name", [this](const QDomElement &element) { emit channel1Named(element.text()); }},
             {"chan2name", [this](const QDomElement &element) { emit channel2Named(element.text()); }},
-            {"period", intoPeriod(m_sampleInterval, *debug)},
+            {"period", intoMs(m_sampleInterval, 1, *debug)},
         });
 }
 
