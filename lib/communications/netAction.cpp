@@ -15,8 +15,8 @@ constexpr int startLevel = 1;
 constexpr int detailLevel = 2;
 constexpr qint64 stallSeconds = 180; // a request that runs longer is taken for lost
 constexpr int removeLimitMs = 5000;
-constexpr qint64 answerLimit = 64 * 1024; // bytes of each of curl's outputs that are kept for the log
-constexpr int endLimitMs = 1000;          // for a killed process, when the whole queue goes
+constexpr qint64 answerLimit = 64LL * 1024; // bytes of each of curl's outputs that are kept for the log
+constexpr int endLimitMs = 1000;            // for a killed process, when the whole queue goes
 }
 
 netAction::netAction(const netActionInfo &info, unsigned int index, debugComponent *debug, QObject *parent,
