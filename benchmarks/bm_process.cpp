@@ -42,16 +42,14 @@ class machine
 public:
     machine()
     {
-        // A copy of the example whose server port nobody else uses and whose uploads wait for a route.
-        for (const char *name : {"config.xml", "heatTimer.xml", "waterTimer.xml"}) {
-            QFile original(source + QStringLiteral("/config/") + QLatin1String(name));
-            QFile copy(m_folder.filePath(QLatin1String(name)));
-            if (original.open(QIODevice::ReadOnly) && copy.open(QIODevice::WriteOnly))
-                copy.write(original.readAll().replace("<port>5020<", "<port>0<"));
-        }
-        QFile route(m_folder.filePath(QStringLiteral("route")));
-        if (route.open(QIODevice::WriteOnly))
-            route.write("absent\n");
+        // The example with a port that nobody else uses, no heating at any hour, and uploads that wait for a
+        // route.
+        QFile example(source + QStringLiteral("/config/config.xml"));
+        example.open(QIODevice::ReadOnly);
+        write("config.xml", example.readAll().replace("<port>5020<", "<port>0<"));
+        write("heatTimer.xml", "<heatingtimer/>");
+        write("waterTimer.xml", "<heatingtimer/>");
+        write("route", "absent\n");
     }
 
     QString folder() const { return m_folder.path(); }
@@ -70,6 +68,13 @@ public:
     }
 
 private:
+    void write(const char *name, const QByteArray &content) const
+    {
+        QFile made(file(name));
+        if (!made.open(QIODevice::WriteOnly) || made.write(content) != content.size())
+            qFatal("cannot write %s", qPrintable(made.fileName()));
+    }
+
     QTemporaryDir m_folder;
 };
 
