@@ -9,18 +9,19 @@
 
 namespace {
 constexpr int pieceSize = 4096; // bytes (PIPE_BUF); what is ready at all takes as much without waiting
+constexpr int patienceMs = 5;   // for a reader that is only busy: bursts of lines are short
 
-bool isReady()
+bool isReady(int waitMs)
 {
     pollfd output{STDOUT_FILENO, POLLOUT, 0};
-    return ::poll(&output, 1, 0) == 1 && output.revents == POLLOUT;
+    return ::poll(&output, 1, waitMs) == 1 && output.revents == POLLOUT;
 }
 
 /// False when the output has not taken all of it.
-bool put(const QByteArray &text)
+bool put(const QByteArray &text, int waitMs)
 {
     for (int at = 0; at < text.size();) {
-        if (!isReady())
+        if (!isReady(waitMs))
             return false;
         const ssize_t written
             = ::write(STDOUT_FILENO, text.constData() + at, size_t(qMin(pieceSize, text.size() - at)));
@@ -38,8 +39,8 @@ void printLine(const QByteArray &line)
     static int lost = 0;
     const std::lock_guard guard(lock);
     std::fflush(stdout); // what others have printed comes first
-    if (lost > 0 && put(QByteArray::number(lost) + " lines were lost, the output was not read\n"))
+    if (lost > 0 && put(QByteArray::number(lost) + " lines were lost, the output was not read\n", 0))
         lost = 0;
-    if (lost > 0 || !put(line))
+    if (lost > 0 || !put(line, patienceMs))
         ++lost;
 }
