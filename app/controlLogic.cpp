@@ -1,6 +1,8 @@
 #include "app/controlLogic.h"
 
+#include "app/storeKeys.h"
 #include "app/timer.h"
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 #include "lib/types/datastore.h"
@@ -9,9 +11,6 @@
 #include <QTimer>
 
 namespace {
-constexpr unsigned int componentType = 10002; // Kept: the valve logic has the same number
-constexpr int inheritLevel = -1;
-const char overrideKey[] = "heatStatOverride"; // the operator's override of the room thermostat
 }
 
 controlLogic::controlLogic(
@@ -21,7 +20,7 @@ controlLogic::controlLogic(
     , m_heat(heatTimer)
 {
     name = QStringLiteral("controllogic");
-    debug->configure(QStringLiteral("Control Logic"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Control Logic"), componentTypes::controlLogic);
 }
 
 void controlLogic::configureInstrument(QDomElement block)
@@ -74,7 +73,7 @@ void controlLogic::takeSample()
 bool controlLogic::isDemanded() const
 {
     // The override stands for the room thermostat only, and never without the heating timer.
-    const bool room = reads(heatstat) || reads(QLatin1String(overrideKey));
+    const bool room = reads(heatstat) || reads(QLatin1String(storeKeys::heatStatOverride));
     const bool tank = reads(tankstat);
     return (m_heat->isOn() && room) || (m_water->isOn() && tank);
 }

@@ -1,6 +1,7 @@
 #include "app/controlPage.h"
 
 #include "app/Widgets/flashLED.h"
+#include "app/storeKeys.h"
 #include "app/timer.h"
 #include "lib/types/datastore.h"
 
@@ -152,5 +153,5 @@ void controlPage::advanceWater()
 
 void controlPage::overrideHeat(int state)
 {
-    m_cds->store(QStringLiteral("heatStatOverride"), state != 0);
+    m_cds->store(QLatin1String(storeKeys::heatStatOverride), state != 0);
 }

@@ -4,6 +4,7 @@
 #include "app/mainWindow.h"
 #include "app/timer.h"
 #include "app/valve.h"
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/communications/network.h"
 #include "lib/instruments/PCB/bme280.h"
@@ -26,8 +27,6 @@
 #include <functional>
 
 namespace {
-constexpr unsigned int groupComponent = 0;
-constexpr int inheritLevel = -1;
 
 /// One type of component: the configuration's word for it and its constructor call.
 template <class T>
@@ -66,8 +65,8 @@ eventLoop::eventLoop(datastore *store, debugComponent *debug, mainWindow *gui, t
     , netCtrl(std::make_unique<network>())
 {
     netCtrl->start(QThread::InheritPriority);
-    instrumentDebug->configure(QStringLiteral("Instruments"), groupComponent, inheritLevel);
-    samplerDebug->configure(QStringLiteral("Samplers"), groupComponent, inheritLevel);
+    instrumentDebug->configure(QStringLiteral("Instruments"), componentTypes::group);
+    samplerDebug->configure(QStringLiteral("Samplers"), componentTypes::group);
     for (debugComponent *child : {netCtrl->debug.get(), samplerDebug.get(), instrumentDebug.get()})
         systemDebug->addChild(child);
     connect(netCtrl.get(), &network::resultAvailable, store,

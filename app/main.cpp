@@ -1,6 +1,7 @@
 #include "app/eventLoop.h"
 #include "app/mainWindow.h"
 #include "app/timer.h"
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/communications/fileDebugClient.h"
 #include "lib/communications/netActionInfo.h"
@@ -18,8 +19,6 @@
 #include <thread>
 
 namespace {
-constexpr unsigned int groupComponent = 0;
-constexpr int inheritLevel = -1;
 constexpr int fileLevel = 2;
 constexpr int terminalLevel = 1;
 constexpr int windowWidth = 800;  // pixels, of the touch display
@@ -127,10 +126,10 @@ int main(int argc, char **argv)
     terminalDebugClient terminalDBG;
     terminalDBG.logLevel = terminalLevel;
     debugComponent systemDebug;
-    systemDebug.configure(QStringLiteral("Heating Control System"), groupComponent, inheritLevel);
+    systemDebug.configure(QStringLiteral("Heating Control System"), componentTypes::group);
     systemDebug.registerWithClient(&terminalDBG);
     debugComponent timerDebug; // Kept: stands alone, outside the system's tree
-    timerDebug.configure(QStringLiteral("Timers"), groupComponent, inheritLevel);
+    timerDebug.configure(QStringLiteral("Timers"), componentTypes::group);
     store = new datastore;
     systemDebug.addChild(store->debug.get());
 

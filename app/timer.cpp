@@ -1,5 +1,6 @@
 #include "app/timer.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 #include "lib/support/xmlFile.h"
@@ -10,8 +11,6 @@
 #include <algorithm>
 
 namespace {
-constexpr unsigned int componentType = 10005;
-constexpr int inheritLevel = -1;
 constexpr int sampleInterval = 1000; // ms
 constexpr int boostStep = 60;        // minutes
 constexpr int longestBoost = 180;    // minutes
@@ -25,7 +24,7 @@ timer::timer(
 {
     this->name = QStringLiteral("timer");
     storagePrepend = name;
-    debug->configure(QStringLiteral("Time Period Control (%1)").arg(name), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Time Period Control (%1)").arg(name), componentTypes::timer);
 }
 
 void timer::start()

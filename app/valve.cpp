@@ -1,5 +1,7 @@
 #include "app/valve.h"
 
+#include "app/storeKeys.h"
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/instruments/visibilityFlag.h"
 #include "lib/support/configKeys.h"
@@ -12,9 +14,6 @@
 #include <QVBoxLayout>
 
 namespace {
-constexpr unsigned int componentType = 10002; // Kept: the control logic has the same number
-constexpr int inheritLevel = -1;
-const char overrideKey[] = "heatStatOverride"; // the operator's override of the room thermostat
 
 QString demandKey(const QString &card, int channel)
 {
@@ -26,7 +25,7 @@ valve::valve(datastore *store, QList<interface *> *ifaces, QThread *parent)
     : instrument(store, ifaces, parent)
 {
     name = QStringLiteral("valve");
-    debug->configure(QStringLiteral("Valve logic"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Valve logic"), componentTypes::valve);
     buildControl();
 }
 
@@ -128,7 +127,7 @@ void valve::followThermostats()
     follow(heatStat, heatState);
     follow(tankStat, tankState);
     // Kept: the override stays in the state until the thermostat next writes it.
-    if (reads(QLatin1String(overrideKey)))
+    if (reads(QLatin1String(storeKeys::heatStatOverride)))
         heatState = true;
     setOutput(heatState, tankState, false);
 }

@@ -1,13 +1,11 @@
 #include "simulator/busFaults.h"
 
+#include "simulator/named.h"
+
 #include <cerrno>
 
 namespace {
-struct named {
-    const char *name;
-    busFaults::kind what;
-};
-constexpr named names[] = {
+constexpr named<busFaults::kind> faultNames[] = {
     {"absent", busFaults::absent},
     {"nak", busFaults::nak},
     {"busy", busFaults::busy},
@@ -38,11 +36,7 @@ QByteArray wrongFloat(busFaults::kind what)
 
 std::optional<busFaults::kind> busFaults::find(const QString &name)
 {
-    for (const named &n : names) {
-        if (name == QLatin1String(n.name))
-            return n.what;
-    }
-    return std::nullopt;
+    return findNamed(faultNames, name);
 }
 
 void busFaults::clear(const QString &bus, int address)

@@ -1,5 +1,7 @@
 #include "simulator/elementPeer.h"
 
+#include "simulator/named.h"
+
 #include "lib/types/datastoreElementType.h"
 #include "simulator/eventLog.h"
 #include "simulator/plant.h"
@@ -23,11 +25,7 @@ constexpr int pieceSize = 7;         // ends anywhere in an element: in its star
 constexpr qint64 mostUnsent = 65536; // bytes; a client that does not read gets no more
 const char noiseBytes[] = "\x01\xff noise \xab"; // the last one looks like the beginning of a start pair
 
-struct named {
-    const char *name;
-    elementPeer::condition what;
-};
-constexpr named conditions[] = {
+constexpr named<elementPeer::condition> peerConditions[] = {
     {"good", elementPeer::good},
     {"noise", elementPeer::noise},
     {"split", elementPeer::split},
@@ -72,11 +70,7 @@ elementPeer::~elementPeer()
 
 std::optional<elementPeer::condition> elementPeer::findCondition(const QString &name)
 {
-    for (const named &n : conditions) {
-        if (name == QLatin1String(n.name))
-            return n.what;
-    }
-    return std::nullopt;
+    return findNamed(peerConditions, name);
 }
 
 bool elementPeer::listenAt(quint16 port, QString *why)

@@ -1,5 +1,7 @@
 #include "simulator/kernelFiles.h"
 
+#include "simulator/named.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -14,11 +16,7 @@
 namespace {
 constexpr int readerPollMs = 5;
 
-struct named {
-    const char *name;
-    kernelFiles::condition what;
-};
-constexpr named conditions[] = {
+constexpr named<kernelFiles::condition> fileConditions[] = {
     {"good", kernelFiles::good},
     {"crc", kernelFiles::badChecksum},
     {"cut", kernelFiles::cut},
@@ -87,11 +85,7 @@ kernelFiles::~kernelFiles()
 
 std::optional<kernelFiles::condition> kernelFiles::findCondition(const QString &name)
 {
-    for (const named &n : conditions) {
-        if (name == QLatin1String(n.name))
-            return n.what;
-    }
-    return std::nullopt;
+    return findNamed(fileConditions, name);
 }
 
 bool kernelFiles::setCondition(const QString &name, condition c, int delayMs)

@@ -25,13 +25,16 @@ class debugClient;
 class debugComponent
 {
 public:
+    static constexpr int detailLevel = 2; ///< what only somebody who looks for it wants to read
+
     debugComponent();
     ~debugComponent();
     debugComponent(const debugComponent &) = delete;
     debugComponent &operator=(const debugComponent &) = delete;
 
-    /// \a level -1 leaves the component's level as it is; a component without one logs at 0.
-    void configure(const QString &name, unsigned int type, int level);
+    /// \a type is one of componentTypes; \a level -1 leaves the component's level as it is; a component
+    /// without one logs at 0.
+    void configure(const QString &name, unsigned int type, int level = -1);
 
     /// Attaches \a child, which takes over the sinks registered here so far (not those added later). A child
     /// attached twice stays listed by its first parent and reports the second one as its parent. Not owned.

@@ -12,7 +12,6 @@
 
 namespace {
 constexpr int startLevel = 1;
-constexpr int detailLevel = 2;
 constexpr qint64 stallSeconds = 180; // a request that runs longer is taken for lost
 constexpr int removeLimitMs = 5000;
 constexpr qint64 answerLimit = 64LL * 1024; // bytes of each of curl's outputs that are kept for the log
@@ -117,7 +116,7 @@ void netAction::startUpload()
         leavePlace(); // the next send tick tries again
     }
     started = m_host.now();
-    debug->log(QStringLiteral("Action started"), detailLevel);
+    debug->log(QStringLiteral("Action started"), debugComponent::detailLevel);
 }
 
 bool netAction::writeBody()
@@ -159,8 +158,8 @@ void netAction::actionFinished()
     debug->log((exitCode != 0 ? QStringLiteral("Action %1 failed")
                               : QStringLiteral("Action %1 completed successfully."))
                    .arg(index));
-    debug->logStdOut(&upload, detailLevel);
-    debug->logStdErr(&upload, detailLevel);
+    debug->logStdOut(&upload, debugComponent::detailLevel);
+    debug->logStdErr(&upload, debugComponent::detailLevel);
     const bool startAgain = std::exchange(m_startAgain, false);
     if (exitCode == 0) {
         removeFile();

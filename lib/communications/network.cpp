@@ -1,14 +1,12 @@
 #include "lib/communications/network.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/communications/netAction.h"
 
 #include <QCoreApplication>
 
 namespace {
-constexpr unsigned int componentType = 20;
-constexpr int inheritLevel = -1;
-constexpr int detailLevel = 2;
 constexpr int routeLevel = 4;
 constexpr int checkIntervalMs = 5000;
 constexpr int sendIntervalMs = 30000;
@@ -17,7 +15,7 @@ constexpr int cleanIntervalMs = 60000;
 std::unique_ptr<debugComponent> makeComponent(const QString &name)
 {
     auto component = std::make_unique<debugComponent>();
-    component->configure(name, componentType, inheritLevel);
+    component->configure(name, componentTypes::network);
     return component;
 }
 }
@@ -84,7 +82,7 @@ void network::actionRequest(const netActionInfo &info)
 void network::sendData()
 {
     if (m_reachability != reachability::accessible) {
-        actionDebug->log(QStringLiteral("Network not accessible"), detailLevel);
+        actionDebug->log(QStringLiteral("Network not accessible"), debugComponent::detailLevel);
         return;
     }
     for (int i = actionList.size() - 1; i >= 0; --i)
@@ -97,7 +95,7 @@ void network::cleanup()
     cleanDebug->log(QStringLiteral("Network action cleanup: Completed: %1 Remaining %2")
                         .arg(removed)
                         .arg(actionList.size()),
-        detailLevel);
+        debugComponent::detailLevel);
     announceRemaining();
 }
 
@@ -112,7 +110,7 @@ int network::removeCompleted()
         }
         cleanDebug->log(
             QStringLiteral("Network action cleanup: Removing action %1 of %2").arg(i).arg(actionList.size()),
-            detailLevel);
+            debugComponent::detailLevel);
         action->disconnect(this);
         actionList.removeAt(i);
         action->deleteLater(); // it may be the one whose signal brought us here

@@ -1,12 +1,12 @@
 #include "lib/decoders/decoder.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 
 #include <cstdio>
 
 namespace {
-constexpr unsigned int componentType = 20000;
 constexpr int traceLevel = 1;
 }
 
@@ -15,7 +15,7 @@ decoder::decoder(QObject *ioProtocol, QObject *parent)
     , debug(std::make_unique<debugComponent>())
     , ioProtocol(ioProtocol)
 {
-    debug->configure(QStringLiteral("Decoder"), componentType, traceLevel);
+    debug->configure(QStringLiteral("Decoder"), componentTypes::decoder, traceLevel);
     debug->disable();
     // By name: parsers and protocols share the signal, but no base class that declares it.
     if (ioProtocol)

@@ -1,5 +1,6 @@
 #include "lib/instruments/ds18b20.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 
@@ -9,8 +10,6 @@
 #include <cmath>
 
 namespace {
-constexpr unsigned int componentType = 10001;
-constexpr int inheritLevel = -1;
 constexpr double milli = 1000.0;
 const char devicesPath[] = "/sys/bus/w1/devices";
 }
@@ -21,7 +20,7 @@ ds18b20::ds18b20(datastore *store, QList<interface *> *ifaces, QObject *parent, 
 {
     name = QStringLiteral("ds18b20");
     storagePrepend = name;
-    debug->configure(QStringLiteral("DS18B20"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("DS18B20"), componentTypes::ds18b20);
 }
 
 void ds18b20::configureInstrument(QDomElement block)

@@ -1,5 +1,6 @@
 #include "lib/instruments/instrument.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/decoders/decoder.h"
 #include "lib/interfaces/interface.h"
@@ -11,8 +12,6 @@
 #include <QTimer>
 
 namespace {
-constexpr unsigned int componentType = 10000;
-constexpr int inheritLevel = -1;
 constexpr int healthCheckMs = 5000;
 }
 
@@ -22,7 +21,7 @@ instrument::instrument(datastore *store, QList<interface *> *ifaces, QObject *pa
     , CDS(store)
     , ifaceList(ifaces)
 {
-    debug->configure(QStringLiteral("Instrument"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Instrument"), componentTypes::instrument);
 }
 
 instrument::~instrument()

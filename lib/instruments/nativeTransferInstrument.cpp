@@ -1,14 +1,10 @@
 #include "lib/instruments/nativeTransferInstrument.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/interfaces/interface.h"
 #include "lib/parsers/nativeTransferParser.h"
 #include "lib/types/datastore.h"
-
-namespace {
-constexpr unsigned int componentType = 10002;
-constexpr int inheritLevel = -1;
-}
 
 nativeTransferInstrument::nativeTransferInstrument(
     datastore *store, QList<interface *> *ifaces, QObject *parent)
@@ -16,7 +12,7 @@ nativeTransferInstrument::nativeTransferInstrument(
 {
     name = QStringLiteral("nativeTransfer");
     storagePrepend = name; // never used: the messages bring their keys
-    debug->configure(QStringLiteral("Native Transfer Instrument"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Native Transfer Instrument"), componentTypes::nativeTransfer);
 }
 
 void nativeTransferInstrument::start()

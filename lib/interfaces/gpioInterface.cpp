@@ -1,5 +1,6 @@
 #include "lib/interfaces/gpioInterface.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 
 #include <QFile>
@@ -7,8 +8,6 @@
 #include <cstdlib>
 
 namespace {
-constexpr unsigned int componentType = 200;
-constexpr int inheritLevel = -1;
 constexpr int noPin = -1;
 constexpr int valueLineLimit = 15; // characters
 
@@ -22,7 +21,7 @@ gpioInterface::gpioInterface(const hostSystem &host)
     : debug(std::make_unique<debugComponent>())
     , m_host(host)
 {
-    debug->configure(QStringLiteral("GPIO Interface"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("GPIO Interface"), componentTypes::gpioInterface);
 }
 
 gpioInterface::~gpioInterface() = default;

@@ -1,12 +1,12 @@
 #include "lib/interfaces/i2cInterface.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 
 #include <fcntl.h>
 
 namespace {
-constexpr unsigned int componentType = 210;
 constexpr int componentLevel = 2;
 constexpr int grabAttempts = 10;
 constexpr int grabRetryMs = 100;
@@ -17,7 +17,7 @@ i2cInterface::i2cInterface(const hostSystem &host)
     : interface(host)
 {
     devType = QStringLiteral("i2c");
-    debug->configure(QStringLiteral("I2C Interface"), componentType, componentLevel);
+    debug->configure(QStringLiteral("I2C Interface"), componentTypes::i2cInterface, componentLevel);
 }
 
 void i2cInterface::configureInterface(const QDomElement &element)

@@ -1,5 +1,6 @@
 #include "lib/interfaces/serialInterface.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 
@@ -7,8 +8,6 @@
 #include <QTimer>
 
 namespace {
-constexpr unsigned int componentType = 220;
-constexpr int inheritLevel = -1;
 
 template <class T>
 struct word {
@@ -61,7 +60,7 @@ serialInterface::serialInterface(const hostSystem &host)
 {
     devType = QStringLiteral("Serial");
     devName = QStringLiteral("SerialInterface");
-    debug->configure(QStringLiteral("Serial Interface"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Serial Interface"), componentTypes::serialInterface);
 }
 
 serialInterface::~serialInterface() = default;

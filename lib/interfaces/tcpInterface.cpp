@@ -1,5 +1,6 @@
 #include "lib/interfaces/tcpInterface.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 
@@ -7,17 +8,12 @@
 #include <QThread>
 #include <QTimer>
 
-namespace {
-constexpr unsigned int componentType = 220;
-constexpr int inheritLevel = -1;
-}
-
 tcpInterface::tcpInterface(const hostSystem &host)
     : interface(host)
 {
     devType = QStringLiteral("TCP");
     devName = QStringLiteral("TCPInterface");
-    debug->configure(QStringLiteral("TCP/IP Interface"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("TCP/IP Interface"), componentTypes::tcpInterface);
 }
 
 tcpInterface::~tcpInterface() = default;

@@ -1,13 +1,12 @@
 #include "lib/samplers/iotHttpPost.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/encoders/thingsboardJson.h"
 #include "lib/support/configKeys.h"
 #include "lib/types/datastore.h"
 
 namespace {
-constexpr unsigned int componentType = 301;
-constexpr int inheritLevel = -1;
 constexpr int uploadLevel = 1;
 }
 
@@ -15,7 +14,7 @@ iotHttpPost::iotHttpPost(datastore *store, QObject *parent, const hostSystem &ho
     : sampler(store, parent)
     , m_host(host)
 {
-    debug->configure(QStringLiteral("Thingsboard Sampler"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Thingsboard Sampler"), componentTypes::iotHttpPost);
 }
 
 void iotHttpPost::configureSampler(const QDomElement &element)

@@ -1,11 +1,10 @@
 #include "lib/samplers/sampler.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 
 namespace {
-constexpr unsigned int componentType = 300;
-constexpr int inheritLevel = -1;
 constexpr int edgeLevel = 1;
 constexpr int defaultPeriodMs = 60000;
 
@@ -17,7 +16,7 @@ sampler::sampler(datastore *store, QObject *parent)
     , debug(std::make_unique<debugComponent>())
     , store(store)
 {
-    debug->configure(QStringLiteral("Sampler"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Sampler"), componentTypes::sampler);
 }
 
 sampler::~sampler() = default;

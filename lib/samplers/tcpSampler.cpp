@@ -1,5 +1,6 @@
 #include "lib/samplers/tcpSampler.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 #include "lib/types/datastore.h"
@@ -8,8 +9,6 @@
 #include <QTcpSocket>
 
 namespace {
-constexpr unsigned int componentType = 302;
-constexpr int inheritLevel = -1;
 constexpr int lastPort = 65535;
 constexpr int acceptRetryMs = 1000; // Qt stops accepting for good when descriptors run out
 // Whoever is on the network may connect; together they must not eat the memory that the heating needs.
@@ -20,7 +19,7 @@ constexpr qint64 unsentLimit = 2LL * 1024 * 1024; // bytes that may wait for one
 tcpSampler::tcpSampler(datastore *store, QObject *parent)
     : sampler(store, parent)
 {
-    debug->configure(QStringLiteral("TCP Sampler"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("TCP Sampler"), componentTypes::tcpSampler);
 }
 
 void tcpSampler::configureSampler(const QDomElement &element)

@@ -1,5 +1,6 @@
 #include "lib/support/powerControl.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/interfaces/gpioInterface.h"
 #include "lib/support/configKeys.h"
@@ -10,9 +11,6 @@
 #include <QTimer>
 
 namespace {
-constexpr unsigned int componentType = 60;
-constexpr int inheritLevel = -1;
-constexpr int detailLevel = 2;
 constexpr int onOnce = 0;
 constexpr int offByRule = 3;
 constexpr int offByRuleOnly = 4;
@@ -35,7 +33,7 @@ powerControl::powerControl(QObject *parent, const hostSystem &host)
     , gpio(std::make_shared<gpioInterface>(host))
     , m_host(host)
 {
-    debug->configure(QStringLiteral("Power Control"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Power Control"), componentTypes::powerControl);
 }
 
 powerControl::~powerControl() = default;
@@ -114,7 +112,7 @@ void powerControl::start()
     // on.
     connect(powerOnTimer.get(), &QTimer::timeout, powerOnTimer.get(), [this] { powerOn(); });
     connect(powerOffTimer.get(), &QTimer::timeout, powerOffTimer.get(), [this] { powerOff(); });
-    debug->log(QStringLiteral("Pin %1").arg(pin), detailLevel);
+    debug->log(QStringLiteral("Pin %1").arg(pin), debugComponent::detailLevel);
     debug->log(QStringLiteral("Power system started"));
     if (powerOnMode != onOnce)
         powerOnTimer->start();
@@ -131,7 +129,7 @@ void powerControl::powerOn()
     m_powerOnTime = m_host.now();
     power = true;
     followStore();
-    debug->log(QStringLiteral("Pin %1 - Power on").arg(pin), detailLevel);
+    debug->log(QStringLiteral("Pin %1 - Power on").arg(pin), debugComponent::detailLevel);
     emit resultAvailable(powerKey, true);
     gpio->set(pin, true);
     afterPowerOn();
@@ -149,7 +147,7 @@ void powerControl::powerOff()
     beforePowerOff();
     power = false;
     emit resultAvailable(QStringLiteral("powerOnDuration"), int(m_powerOnTime.secsTo(now)));
-    debug->log(QStringLiteral("Pin %1 - Power off").arg(pin), detailLevel);
+    debug->log(QStringLiteral("Pin %1 - Power off").arg(pin), debugComponent::detailLevel);
     emit resultAvailable(powerKey, false);
     gpio->set(pin, false);
     afterPowerOff();
@@ -160,7 +158,7 @@ void powerControl::dataFeed(const datastoreElementType &element)
 {
     if (!power || !anyRuleMatches(element) || !power)
         return;
-    debug->log(QStringLiteral("Power off condition rules matched"), detailLevel);
+    debug->log(QStringLiteral("Power off condition rules matched"), debugComponent::detailLevel);
     powerOff();
 }
 
@@ -171,8 +169,8 @@ bool powerControl::anyRuleMatches(const datastoreElementType &element)
     for (int i = 0; i < rule.size(); ++i) {
         bool ok = false;
         const bool result = rule[i]->evaluateBool(element.key, element.value, &ok);
-        debug->log(
-            QStringLiteral("Rule[%1] Result %2 - OK %3").arg(i).arg(int(result)).arg(int(ok)), detailLevel);
+        debug->log(QStringLiteral("Rule[%1] Result %2 - OK %3").arg(i).arg(int(result)).arg(int(ok)),
+            debugComponent::detailLevel);
         matched = matched || (ok && result);
     }
     return matched;

@@ -1,9 +1,9 @@
 #include "lib/types/datastore.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 
 namespace {
-constexpr unsigned int componentType = 1;
 constexpr int addedLevel = 1;
 constexpr int edgeLevel = 3;
 
@@ -46,7 +46,7 @@ datastore::datastore(QObject *parent, const hostSystem &host)
     , debug(std::make_unique<debugComponent>())
     , m_host(host)
 {
-    debug->configure(QStringLiteral("Data Store"), componentType, -1);
+    debug->configure(QStringLiteral("Data Store"), componentTypes::dataStore);
 }
 
 datastore::~datastore() = default;

@@ -1,5 +1,6 @@
 #include "lib/instruments/PCB/bme280.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/interfaces/i2cInterface.h"
 #include "lib/support/configKeys.h"
@@ -7,8 +8,6 @@
 #include <QTimer>
 
 namespace {
-constexpr unsigned int componentType = 10005;
-constexpr int inheritLevel = -1;
 
 constexpr quint8 driverDeviceId = 0x76; // for the driver only; the chip's address is i2cAddr
 constexpr int powerUpMs = 1000;
@@ -27,7 +26,7 @@ bme280::bme280(datastore *store, QList<interface *> *ifaces, QObject *parent, co
 {
     name = QStringLiteral("bme280");
     storagePrepend = QStringLiteral("Sys");
-    debug->configure(QStringLiteral("BME-280 Sensor"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("BME-280 Sensor"), componentTypes::bme280);
 }
 
 void bme280::configureInstrument(QDomElement block)

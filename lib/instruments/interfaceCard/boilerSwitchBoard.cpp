@@ -1,5 +1,6 @@
 #include "lib/instruments/interfaceCard/boilerSwitchBoard.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/instruments/interfaceCard/bsbGuiCtrlChan.h"
 #include "lib/interfaces/i2cInterface.h"
@@ -12,8 +13,6 @@
 #include <cmath>
 
 namespace {
-constexpr unsigned int componentType = 10005;
-constexpr int inheritLevel = -1;
 
 constexpr int attempts = 5;
 constexpr int attemptPauseMs = 10;
@@ -46,7 +45,7 @@ boilerSwitchBoard::boilerSwitchBoard(
 {
     name = QStringLiteral("boilerswitchboard");
     storagePrepend = QStringLiteral("boiler");
-    debug->configure(QStringLiteral("Boiler Switch Board"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Boiler Switch Board"), componentTypes::boilerSwitchBoard);
 
     control = new QWidget;
     m_chan1 = new bsbGuiCtrlChan(QStringLiteral("Channel1"), control);

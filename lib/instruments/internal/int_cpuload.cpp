@@ -1,18 +1,13 @@
 #include "lib/instruments/internal/int_cpuload.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
-
-namespace {
-constexpr unsigned int componentType = 10103;
-constexpr int inheritLevel = -1;
-constexpr double percent = 100.0;
-}
 
 int_cpuload::int_cpuload(const QDomElement &element, const hostSystem &host)
     : int_sensor(host)
 {
     name = QStringLiteral("int_cpuload");
-    debug->configure(QStringLiteral("CPU load"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("CPU load"), componentTypes::cpuSensor);
     configure(element);
 }
 

@@ -1,5 +1,6 @@
 #include "lib/instruments/internal/int_diskfree.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 
@@ -8,10 +9,7 @@
 #include <utility>
 
 namespace {
-constexpr unsigned int componentType = 10102;
-constexpr int inheritLevel = -1;
 constexpr int killedMs = 1000; // for the end of a df after its kill
-constexpr double percent = 100.0;
 }
 
 int_diskfree::int_diskfree(const QDomElement &element, const hostSystem &host, int timeLimitMs)
@@ -19,7 +17,7 @@ int_diskfree::int_diskfree(const QDomElement &element, const hostSystem &host, i
     , m_timeLimitMs(timeLimitMs)
 {
     name = QStringLiteral("int_diskfree");
-    debug->configure(QStringLiteral("Disk free"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Disk free"), componentTypes::diskSensor);
     configure(element);
 }
 

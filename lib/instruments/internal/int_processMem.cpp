@@ -1,10 +1,9 @@
 #include "lib/instruments/internal/int_processMem.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 
 namespace {
-constexpr unsigned int componentType = 10103; // Kept: the processor sensor's number too
-constexpr int inheritLevel = -1;
 constexpr int linesRead = 100;
 }
 
@@ -12,7 +11,7 @@ int_processMem::int_processMem(const QDomElement &element, const hostSystem &hos
     : int_sensor(host)
 {
     name = QStringLiteral("int_processMem");
-    debug->configure(QStringLiteral("Process Memory"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Process Memory"), componentTypes::memorySensor);
     configure(element);
 }
 

@@ -1,18 +1,14 @@
 #include "lib/instruments/internal/int_sensor.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
-
-namespace {
-constexpr unsigned int componentType = 10000;
-constexpr int inheritLevel = -1;
-}
 
 int_sensor::int_sensor(const hostSystem &host)
     : debug(std::make_unique<debugComponent>())
     , m_host(host)
 {
-    debug->configure(QStringLiteral("Internal sensor"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Internal sensor"), componentTypes::internalSensor);
 }
 
 int_sensor::~int_sensor() = default;

@@ -39,6 +39,8 @@ protected:
     /// One reading under the prefixed key.
     sensorResultPacket reading(const QString &key, double value) const;
 
+    static constexpr double percent = 100.0; ///< of a share
+
     QString storagePrepend;
     const hostSystem &m_host;
 };

@@ -1,11 +1,10 @@
 #include "lib/instruments/internal/int_temperature.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/support/configKeys.h"
 
 namespace {
-constexpr unsigned int componentType = 10101;
-constexpr int inheritLevel = -1;
 constexpr double milli = 1000.0;
 }
 
@@ -13,7 +12,7 @@ int_temperature::int_temperature(const QDomElement &element, const hostSystem &h
     : int_sensor(host)
 {
     name = QStringLiteral("int_cpuload"); // Kept: it bears the processor sensor's tag
-    debug->configure(QStringLiteral("Temperature"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Temperature"), componentTypes::temperatureSensor);
     configure(element);
 }
 
@@ -27,7 +26,7 @@ void int_temperature::useZone(const QDomElement &element)
     const QString nameAttribute = QStringLiteral("name");
     if (element.hasAttribute(nameAttribute)) {
         zoneName = element.attribute(nameAttribute);
-        debug->configure(QStringLiteral("Temperature - ") + zoneName, componentType, inheritLevel);
+        debug->configure(QStringLiteral("Temperature - ") + zoneName, componentTypes::temperatureSensor);
     }
     zone = element.text().toInt();
 }

@@ -1,5 +1,6 @@
 #include "lib/instruments/internal/internalInst.h"
 
+#include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/instruments/internal/int_cpuload.h"
 #include "lib/instruments/internal/int_diskfree.h"
@@ -10,8 +11,6 @@
 #include <QTimer>
 
 namespace {
-constexpr unsigned int componentType = 10100;
-constexpr int inheritLevel = -1;
 
 template <class T>
 std::unique_ptr<int_sensor> make(const QDomElement &element, const hostSystem &host)
@@ -39,7 +38,7 @@ internalInst::internalInst(
 {
     name = QStringLiteral("internal");
     storagePrepend = name;
-    debug->configure(QStringLiteral("Internal Sensors"), componentType, inheritLevel);
+    debug->configure(QStringLiteral("Internal Sensors"), componentTypes::internalSensors);
 }
 
 internalInst::~internalInst() = default;
