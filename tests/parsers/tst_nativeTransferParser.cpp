@@ -98,13 +98,13 @@ private slots:
 
     void takesARecordedStreamInAnyPieces()
     {
-        const QByteArray stream = recorded(10000);
+        const QByteArray stream = recorded(3000);
         for (int size = 1; size <= 64; ++size) {
             fixture f;
             for (int at = 0; at < stream.size(); at += size)
                 f.line.receive(stream.mid(at, size));
             QVERIFY2(f.messages == byTheRules(stream, size), qPrintable(QString("pieces of %1").arg(size)));
-            QVERIFY(f.messages.size() > 5000);
+            QVERIFY(f.messages.size() > 1500);
         }
     }
 };
