@@ -1,6 +1,7 @@
 #include "app/eventLoop.h"
 #include "app/mainWindow.h"
 #include "app/timer.h"
+#include "app/watchdog.h"
 #include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/communications/fileDebugClient.h"
@@ -158,6 +159,7 @@ int main(int argc, char **argv)
     paint();
     eLoop->configureSystem(confDir + QStringLiteral("config.xml"));
     eLoop->start();
+    const watchdog alive(&systemDebug);
     const int result = QApplication::exec();
     leave(eLoop, result);
     return result;
