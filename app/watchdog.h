@@ -5,11 +5,11 @@
 
 class debugComponent;
 
-/// Tells the service manager regularly that the calling thread's event loop runs; without that it restarts the
-/// process (sd_watchdog_enabled(3), WatchdogSec= of the unit).
+/// Tells the service manager regularly that the calling thread's event loop runs; without that it restarts
+/// the process (sd_watchdog_enabled(3), WatchdogSec= of the unit).
 ///
-/// Made on the display thread, which carries the heating's decisions: the boards' own threads would go on writing the
-/// last of them. Does nothing when nobody asks for it. A message that cannot be sent is logged.
+/// Made on the display thread, which carries the heating's decisions: the boards' own threads would go on
+/// writing the last of them. Does nothing when nobody asks for it. A message that cannot be sent is logged.
 class watchdog : public QObject
 {
     Q_OBJECT

@@ -65,6 +65,8 @@ private slots:
     void onlyAThermostatThatTurnsOnActsAtOnce()
     {
         fixture f;
+        QCOMPARE(f.set("tank"), heatingOnly); // its timer is off
+        QCOMPARE(f.set("-tank"), untouched);
         QCOMPARE(f.set("heatTimerOn waterTimerOn"), untouched);
         QCOMPARE(f.set("tank"), hotWaterOnly);
         QCOMPARE(f.set("heatStatOverride"), untouched);
@@ -74,6 +76,10 @@ private slots:
         QCOMPARE(f.sample(), bothCircuits); // until the thermostat speaks
         QCOMPARE(f.set("-room"), untouched);
         QCOMPARE(f.sample(), hotWaterOnly);
+        f.set("heatStatOverride");
+        QCOMPARE(f.sample(), bothCircuits);
+        f.set("-heatStatOverride");
+        QCOMPARE(f.sample(), hotWaterOnly); // the thermostat has spoken before
     }
 
     void onlyTheSelectorHasASayWhileItIsOnScreen()

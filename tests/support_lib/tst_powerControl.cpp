@@ -63,6 +63,8 @@ private slots:
             QCOMPARE(f.pin(), QByteArray("1\n"));
             expire(f.tested.onTimer());
         }
+        f.tested.powerOff(); // by a rule
+        QVERIFY(!f.tested.offTimer()->isActive());
     }
 
     void doesNothingWithoutAPinOrWhenForced()
