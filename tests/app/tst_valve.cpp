@@ -80,6 +80,7 @@ private slots:
         QCOMPARE(f.sample(), bothCircuits);
         f.set("-heatStatOverride");
         QCOMPARE(f.sample(), hotWaterOnly); // the thermostat has spoken before
+        QCOMPARE(f.set("room"), bothCircuits);
     }
 
     void onlyTheSelectorHasASayWhileItIsOnScreen()

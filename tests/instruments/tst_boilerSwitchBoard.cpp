@@ -117,6 +117,7 @@ private slots:
                   "s</period><chan1name>Pump</chan1name>");
         QCOMPARE(f.device.control->findChild<bsbGuiCtrlChan *>()->title(), QString("Pump"));
         QCOMPARE(f.traffic(), QString("3101 4100")); // at once
+        QCOMPARE(f.published.take(), QString("boilerPower1Demand=true boilerPower2Demand=false"));
         f.store.store("boilerPower1Demand", false);
         f.store.store("boilerPower2Demand", 1);
         for (int sample = 0; sample < 2; ++sample) { // written again, changed or not
