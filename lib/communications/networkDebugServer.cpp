@@ -1,5 +1,7 @@
 #include "lib/communications/networkDebugServer.h"
 
+#include "lib/support/standardOutput.h"
+
 #include <QHostAddress>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -47,8 +49,8 @@ void networkDebugServer::connectClient()
 {
     while (QTcpSocket *viewer = tcpServer->nextPendingConnection()) {
         client.append(viewer);
-        std::printf("Client connected from %s:%i\n", viewer->peerAddress().toString().toLatin1().constData(),
-            int(viewer->peerPort()));
+        printLine("Client connected from " + viewer->peerAddress().toString().toLatin1() + ':'
+            + QByteArray::number(viewer->peerPort()) + '\n');
         const QList<QByteArray> tree = registrations();
         for (const QByteArray &registration : tree)
             viewer->write(registration);
@@ -65,7 +67,7 @@ void networkDebugServer::disconnectClient()
     for (int i = 0; i < client.size(); ++i) {
         if (client[i]->state() != QAbstractSocket::UnconnectedState)
             continue;
-        std::printf("Destroying client %i\n", i);
+        printLine("Destroying client " + QByteArray::number(i) + '\n');
         QTcpSocket *const gone = client.takeAt(i);
         gone->disconnect();
         gone->deleteLater();

@@ -4,33 +4,62 @@
 #include <cstdio>
 #include <mutex>
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
-constexpr int pieceSize = 4096; // bytes (PIPE_BUF); what is ready at all takes as much without waiting
+constexpr int pieceSize = 4096; // bytes (PIPE_BUF); as much a pipe or socket takes without waiting, if any
 constexpr int patienceMs = 5;   // for a reader that is only busy: bursts of lines are short
 
-bool isReady(int waitMs)
+/// Standard output, opened anew so that no write waits, while it is open here as it is to everybody else: a
+/// terminal calls itself ready with room for one byte, and then waits for the second.
+class output
 {
-    pollfd output{STDOUT_FILENO, POLLOUT, 0};
-    return ::poll(&output, 1, waitMs) == 1 && output.revents == POLLOUT;
-}
-
-/// False when the output has not taken all of it.
-bool put(const QByteArray &text, int waitMs)
-{
-    for (int at = 0; at < text.size();) {
-        if (!isReady(waitMs))
-            return false;
-        const ssize_t written
-            = ::write(STDOUT_FILENO, text.constData() + at, size_t(qMin(pieceSize, text.size() - at)));
-        if (written < 0 && errno != EINTR)
-            return false;
-        at += int(qMax<ssize_t>(0, written));
+public:
+    output()
+    {
+        struct stat kind = {};
+        // A file has to be written where standard output stands in it. A socket cannot be opened.
+        if (::fstat(STDOUT_FILENO, &kind) == 0 && (S_ISCHR(kind.st_mode) || S_ISFIFO(kind.st_mode)))
+            m_own = ::open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     }
-    return true;
-}
+    ~output()
+    {
+        if (m_own >= 0)
+            ::close(m_own);
+    }
+    output(const output &) = delete;
+    output &operator=(const output &) = delete;
+
+    /// False when not all of it was taken.
+    bool put(const QByteArray &text, int waitMs) const
+    {
+        const int fd = m_own >= 0 ? m_own : STDOUT_FILENO;
+        for (int at = 0; at < text.size();) {
+            if (!isReady(fd, waitMs))
+                return false;
+            const ssize_t written
+                = ::write(fd, text.constData() + at, size_t(qMin(pieceSize, text.size() - at)));
+            if (written < 0 && errno == EAGAIN && waitMs-- > 0)
+                ::poll(nullptr, 0, 1);
+            else if (written < 0 && errno != EINTR)
+                return false;
+            at += int(qMax<ssize_t>(0, written));
+        }
+        return true;
+    }
+
+private:
+    static bool isReady(int fd, int waitMs)
+    {
+        pollfd state{fd, POLLOUT, 0};
+        return ::poll(&state, 1, waitMs) == 1 && state.revents == POLLOUT;
+    }
+
+    int m_own = -1;
+};
 }
 
 void printLine(const QByteArray &line)
@@ -39,8 +68,11 @@ void printLine(const QByteArray &line)
     static int lost = 0;
     const std::lock_guard guard(lock);
     std::fflush(stdout); // what others have printed comes first
-    if (lost > 0 && put(QByteArray::number(lost) + " lines were lost, the output was not read\n", 0))
+    const output out;
+    // Begins with a line feed: the last line may have been cut short.
+    if (lost > 0
+        && out.put('\n' + QByteArray::number(lost) + " lines were lost, the output was not read\n", 0))
         lost = 0;
-    if (lost > 0 || !put(line, patienceMs))
+    if (lost > 0 || !out.put(line, patienceMs))
         ++lost;
 }
