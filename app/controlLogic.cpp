@@ -10,9 +10,6 @@
 #include <QThread>
 #include <QTimer>
 
-namespace {
-}
-
 controlLogic::controlLogic(
     datastore *store, QList<interface *> *ifaces, timer *waterTimer, timer *heatTimer, QThread *parent)
     : instrument(store, ifaces, parent)

@@ -26,9 +26,10 @@ sensorResultPacket int_processMem::takeSample()
     for (const QByteArray &line : text->split('\n').mid(0, linesRead)) {
         if (!line.contains("VmRSS:"))
             continue;
-        const QList<QByteArray> fields = line.simplified().split(' ');
-        if (fields.size() > 1)
-            packet.add(storagePrepend + QStringLiteral("procMem"), fields[1].toDouble());
+        bool isNumber = false;
+        const double kilobytes = line.simplified().split(' ').value(1).toDouble(&isNumber);
+        if (isNumber)
+            packet.add(storagePrepend + QStringLiteral("procMem"), kilobytes);
         else
             logUnreadable(path);
     }
