@@ -162,5 +162,6 @@ int main(int argc, char **argv)
     if (!o.askAt.isEmpty())
         return ask(o);
     quitOnSignals(app);
+    std::signal(SIGPIPE, SIG_IGN); // a reader that has gone is an error of the write
     return run(app, o);
 }
