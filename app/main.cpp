@@ -80,8 +80,13 @@ bool readOptions(int argc, char **argv, debugComponent *system)
     return fullscreen;
 }
 
-void show(mainWindow *window, bool fullscreen)
+void show(mainWindow *window, bool fullscreen, debugComponent *system)
 {
+    // Qt draws on the frame buffer of a dead or unplugged display by giving up, with the whole program.
+    if (!QGuiApplication::primaryScreen()) {
+        system->log(QStringLiteral("No screen found, running without the display"));
+        return;
+    }
     if (fullscreen) {
         // A bare X server has no window manager that would enlarge the window.
         window->setGeometry(QGuiApplication::primaryScreen()->geometry());
@@ -155,7 +160,7 @@ int main(int argc, char **argv)
     eLoop->addInstrument(QDomElement(), &waterTimer);
     eLoop->addInstrument(QDomElement(), &heatingTimer);
 
-    show(window, readOptions(argc, argv, eLoop->systemDebug));
+    show(window, readOptions(argc, argv, eLoop->systemDebug), eLoop->systemDebug);
     paint();
     eLoop->configureSystem(confDir + QStringLiteral("config.xml"));
     eLoop->start();

@@ -24,6 +24,18 @@ private slots:
             QCOMPARE(run.leave(), QByteArray());
         }
     }
+
+    void heatsWithoutAScreen()
+    {
+        scenario run;
+        run.setVariable("QT_QPA_PLATFORM", "linuxfb:fb=/nonexistent");
+        run.setVariable("QT_QPA_FB_DISABLE_INPUT", "1");
+        run.configure(scenario::installation());
+        QVERIFY(run.start());
+        QVERIFY(run.waitForLog("No screen found, running without the display"));
+        run.tell("thermostat room on");
+        QVERIFY(run.waitForRelays("pump=1 boiler=1"));
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_main)
