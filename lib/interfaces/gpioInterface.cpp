@@ -10,6 +10,8 @@
 namespace {
 constexpr int noPin = -1;
 constexpr int valueLineLimit = 15; // characters
+constexpr int udevLimitMs = 1000;
+constexpr int udevStepMs = 20;
 
 QString pinFile(int pin, const char *name)
 {
@@ -44,7 +46,7 @@ bool gpioInterface::set(int pin, bool value)
 {
     if (pin == noPin || !prepare(pin, "out\n"))
         return false;
-    if (!write(pinFile(pin, "value"), value != invert ? "1\n" : "0\n"))
+    if (!writePin(pin, "value", value != invert ? "1\n" : "0\n"))
         return fail(QStringLiteral("Could not set pin value (GPIO%1)"), pin);
     return true;
 }
@@ -54,8 +56,19 @@ bool gpioInterface::prepare(int pin, const char *direction)
     // Exporting a pin again is refused by the kernel and harmless.
     if (!write(QStringLiteral("/sys/class/gpio/export"), QByteArray::number(pin) + '\n'))
         return fail(QStringLiteral("Could not open export (GPIO%1)"), pin);
-    if (!write(pinFile(pin, "direction"), direction))
+    if (!writePin(pin, "direction", direction))
         return fail(QStringLiteral("Could not set pin direction (GPIO%1)"), pin);
+    return true;
+}
+
+/// A pin that was exported a moment ago belongs to root until udev has given it to the group.
+bool gpioInterface::writePin(int pin, const char *name, const QByteArray &text)
+{
+    for (int waited = 0; !write(pinFile(pin, name), text); waited += udevStepMs) {
+        if (waited >= udevLimitMs)
+            return false;
+        m_host.sleepMs(udevStepMs);
+    }
     return true;
 }
 

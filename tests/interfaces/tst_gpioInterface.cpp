@@ -9,6 +9,13 @@ const QString gpio = QStringLiteral("/sys/class/gpio/");
 
 struct fixture : fakeHost {
     QByteArray file(const char *name) const { return read(gpio + name).value_or("missing"); }
+    /// Pin 17 becomes usable some time after its export.
+    void sleepMs(int ms) const override
+    {
+        fakeHost::sleepMs(ms);
+        if (sleptMs() >= 100)
+            QDir().mkpath(path(gpio + "gpio17"));
+    }
     gpioInterface tested{*this};
 };
 }
@@ -22,6 +29,11 @@ private slots:
         const QList<QPair<QByteArray, bool>> levels{{"1\n", true}, {"0\n", false}, {"2\n", false},
             {"", false}, {"0x1\n", true}, {"0000000000000010\n", true}}; // 15 characters count
         fixture f;
+        f.write(gpio + "export", "");
+        QVERIFY(f.tested.set(17, true));
+        QCOMPARE(f.sleptMs(), qint64(100));
+        QVERIFY(!f.tested.set(18, true)); // gives up
+        f.write(gpio + "export", "");
         for (const bool invert : {false, true}) {
             f.tested.invert = invert;
             for (const auto &[content, level] : levels) {
