@@ -14,6 +14,7 @@ constexpr int acceptRetryMs = 1000; // Qt stops accepting for good when descript
 // Whoever is on the network may connect; together they must not eat the memory that the heating needs.
 constexpr int mostClients = 128;
 constexpr qint64 unsentLimit = 2LL * 1024 * 1024; // bytes that may wait for one client
+constexpr int kernelBufferSize = 64 * 1024;       // bytes, and what waits in the kernel behind them
 }
 
 tcpSampler::tcpSampler(datastore *store, QObject *parent)
@@ -97,6 +98,8 @@ void tcpSampler::incomingConnection()
     connect(client, &QTcpSocket::readyRead, client, [client] { client->skip(client->bytesAvailable()); });
     // A peer that vanished without a word is found out even when there is nothing to send.
     client->setSocketOption(QAbstractSocket::KeepAliveOption, 1);
+    // The kernel would let it grow to megabytes for each client that does not read.
+    client->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, kernelBufferSize);
     debug->log(QStringLiteral("Client Connected"));
     takeSample();
 }

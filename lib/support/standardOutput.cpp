@@ -13,22 +13,24 @@ namespace {
 constexpr int pieceSize = 4096; // bytes (PIPE_BUF); as much a pipe or socket takes without waiting, if any
 constexpr int patienceMs = 5;   // for a reader that is only busy: bursts of lines are short
 
-/// Standard output, opened anew so that no write waits, while it is open here as it is to everybody else: a
-/// terminal calls itself ready with room for one byte, and then waits for the second.
+/// Standard output, while this lives without waiting: a terminal calls itself ready with room for one byte,
+/// and then waits for the second. Put back at the end, for whoever shares it (the shell) expects it to wait.
 class output
 {
 public:
     output()
     {
         struct stat kind = {};
-        // A file has to be written where standard output stands in it. A socket cannot be opened.
-        if (::fstat(STDOUT_FILENO, &kind) == 0 && (S_ISCHR(kind.st_mode) || S_ISFIFO(kind.st_mode)))
-            m_own = ::open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        const bool isLine
+            = ::fstat(STDOUT_FILENO, &kind) == 0 && (S_ISCHR(kind.st_mode) || S_ISFIFO(kind.st_mode));
+        m_flags = isLine ? ::fcntl(STDOUT_FILENO, F_GETFL) : -1;
+        if (m_flags >= 0)
+            ::fcntl(STDOUT_FILENO, F_SETFL, m_flags | O_NONBLOCK);
     }
     ~output()
     {
-        if (m_own >= 0)
-            ::close(m_own);
+        if (m_flags >= 0)
+            ::fcntl(STDOUT_FILENO, F_SETFL, m_flags);
     }
     output(const output &) = delete;
     output &operator=(const output &) = delete;
@@ -36,12 +38,11 @@ public:
     /// False when not all of it was taken.
     bool put(const QByteArray &text, int waitMs) const
     {
-        const int fd = m_own >= 0 ? m_own : STDOUT_FILENO;
         for (int at = 0; at < text.size();) {
-            if (!isReady(fd, waitMs))
+            if (!isReady(waitMs))
                 return false;
             const ssize_t written
-                = ::write(fd, text.constData() + at, size_t(qMin(pieceSize, text.size() - at)));
+                = ::write(STDOUT_FILENO, text.constData() + at, size_t(qMin(pieceSize, text.size() - at)));
             if (written < 0 && errno == EAGAIN && waitMs-- > 0)
                 ::poll(nullptr, 0, 1);
             else if (written < 0 && errno != EINTR)
@@ -52,13 +53,13 @@ public:
     }
 
 private:
-    static bool isReady(int fd, int waitMs)
+    static bool isReady(int waitMs)
     {
-        pollfd state{fd, POLLOUT, 0};
+        pollfd state{STDOUT_FILENO, POLLOUT, 0};
         return ::poll(&state, 1, waitMs) == 1 && state.revents == POLLOUT;
     }
 
-    int m_own = -1;
+    int m_flags = -1; // to put back
 };
 }
 
