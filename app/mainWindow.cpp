@@ -168,7 +168,7 @@ void mainWindow::arrange()
 
 void mainWindow::addServiceGui(QWidget *widget, const QString &name)
 {
-    service->addTab(widget, name);
+    service->addTab(widget, QString(name).replace('&', "&&")); // no mark of a shortcut
 }
 
 void mainWindow::updateClock()

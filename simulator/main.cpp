@@ -70,6 +70,7 @@ options readOptions(const QCoreApplication &app)
             QStringLiteral("SOCKET")},
         {QStringLiteral("narrate"), QStringLiteral("Say in plain words what happens.")},
     });
+    parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments); // "-5"
     parser.process(app);
     return {parser.value(QStringLiteral("dir")), parser.value(QStringLiteral("script")),
         parser.value(QStringLiteral("log")), parser.value(QStringLiteral("tcp-peer")),

@@ -75,7 +75,7 @@ void narrator::tellTemperatures()
 
 void narrator::say(const QString &text)
 {
-    std::printf("%s  HOUSE  %s\n", qPrintable(QTime::currentTime().toString(QStringLiteral("hh:mm:ss"))),
-        qPrintable(text));
+    std::printf("%s  HOUSE  %s\n",
+        qPrintable(QDateTime::currentDateTimeUtc().toString(QStringLiteral("hh:mm:ss"))), qPrintable(text));
     std::fflush(stdout);
 }
