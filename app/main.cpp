@@ -14,9 +14,11 @@
 #include <QFontMetrics>
 #include <QScreen>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <future>
 #include <thread>
 
 namespace {
@@ -25,6 +27,7 @@ constexpr int terminalLevel = 1;
 constexpr int windowWidth = 800;  // pixels, of the touch display
 constexpr int windowHeight = 480; // pixels
 constexpr int leaveMs = 2000;     // how long the workers may take to end
+constexpr std::chrono::seconds consolePatience(5);
 
 void registerMetaTypes()
 {
@@ -46,12 +49,18 @@ void blankConsole()
         [[maybe_unused]] const int ignored = std::system(command);
 }
 
-/// Blanks the console, and has the fonts read in the meantime: from an SD card that takes as long.
+/// Blanks the console, and reads the fonts in the meantime: from an SD card that takes as long. A console
+/// that somebody has stopped (Scroll Lock) takes nothing; the heating does not wait for it.
 void blankConsoleAndReadFonts()
 {
-    std::thread reader([] { QFontMetrics(QFont()).height(); });
-    blankConsole();
-    reader.join();
+    std::packaged_task<void()> blanking(blankConsole);
+    const std::future<void> blanked = blanking.get_future();
+    std::thread console(std::move(blanking));
+    QFontMetrics(QFont()).height();
+    if (blanked.wait_for(consolePatience) == std::future_status::ready)
+        console.join();
+    else
+        console.detach();
 }
 
 /// The text put in front of every control file's name: the value of the last "-c", or nothing.
