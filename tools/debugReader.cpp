@@ -11,41 +11,45 @@ constexpr int typeCount = 2;
 constexpr int lengthOffsets[typeCount] = {26, 38};
 constexpr quint32 longestText = 1024 * 1024; // bytes; what claims to be longer is noise
 
-/// Bytes of the message that \a stream begins with; 0 when that takes more bytes to tell, or -1 when it
-/// begins with none.
-int messageSize(const QByteArray &stream)
+/// Bytes of the message that begins at \a start of \a stream; 0 when that takes more bytes to tell, or -1
+/// when none begins there.
+int messageSize(const QByteArray &stream, int start)
 {
-    const int type = stream.size() < 2 ? 0 : int(quint8(stream.at(1)));
+    const int available = stream.size() - start;
+    const int type = available < 2 ? 0 : int(quint8(stream.at(start + 1)));
     if (type >= typeCount)
         return -1;
     const int textOffset = lengthOffsets[type] + lengthSize;
-    if (stream.size() < textOffset)
+    if (available < textOffset)
         return 0;
     quint32 length = 0;
-    std::memcpy(&length, stream.constData() + lengthOffsets[type], sizeof length);
+    std::memcpy(&length, stream.constData() + start + lengthOffsets[type], sizeof length);
     if (length > longestText)
         return -1;
     const int size = textOffset + int(length) + endSize;
-    if (stream.size() < size)
+    if (available < size)
         return 0;
-    return stream.at(size - 1) == 0 && stream.at(size - 2) == 0 ? size : -1;
+    const int end = start + size;
+    return stream.at(end - 1) == 0 && stream.at(end - 2) == 0 ? size : -1;
 }
 }
 
 std::optional<debugMessage> debugReader::next()
 {
-    for (;;) {
-        const int start = m_received.indexOf(startByte);
-        m_received.remove(0, start < 0 ? m_received.size() : start);
-        const int size = messageSize(m_received);
+    std::optional<debugMessage> message;
+    int start = 0;
+    while (!message) {
+        const int byte = m_received.indexOf(startByte, start);
+        start = byte < 0 ? m_received.size() : byte;
+        const int size = messageSize(m_received, start);
         if (size == 0)
-            return std::nullopt;
+            break;
         if (size > 0) {
-            debugMessage message;
-            message.parseMessage(m_received.left(size));
-            m_received.remove(0, size);
-            return message;
+            message.emplace();
+            message->parseMessage(m_received.mid(start, size));
         }
-        m_received.remove(0, 1); // no message starts here
+        start += size > 0 ? size : 1; // 1: no message starts here
     }
+    m_received.remove(0, start); // once: noise can be long
+    return message;
 }

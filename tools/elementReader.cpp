@@ -35,24 +35,26 @@ std::optional<datastoreElementType> read(const QByteArray &message)
 
 std::optional<datastoreElementType> elementReader::next()
 {
-    for (;;) {
-        const int start = m_received.indexOf(startPair);
-        if (start < 0) {
-            m_received = m_received.endsWith(startPair[0]) ? m_received.right(1) : QByteArray();
-            return std::nullopt;
+    std::optional<datastoreElementType> element;
+    int start = 0;
+    while (!element) {
+        const int pair = m_received.indexOf(startPair, start);
+        if (pair < 0) {
+            start = m_received.size() - (m_received.endsWith(startPair[0]) ? 1 : 0);
+            break;
         }
-        m_received.remove(0, start);
-        if (m_received.size() < headerSize)
-            return std::nullopt;
-        const quint32 length = numberAt(m_received, startSize);
-        if (length >= shortestElement && length <= longestElement) {
-            if (quint32(m_received.size()) < length)
-                return std::nullopt;
-            if (std::optional<datastoreElementType> element = read(m_received.left(int(length)))) {
-                m_received.remove(0, int(length));
-                return element;
-            }
-        }
-        m_received.remove(0, startSize);
+        start = pair;
+        const quint32 available = quint32(m_received.size() - start);
+        if (available < headerSize)
+            break;
+        const quint32 length = numberAt(m_received, start + startSize);
+        const bool plausible = length >= shortestElement && length <= longestElement;
+        if (plausible && available < length)
+            break;
+        if (plausible)
+            element = read(m_received.mid(start, int(length)));
+        start += element ? int(length) : startSize;
     }
+    m_received.remove(0, start); // once: noise can be long
+    return element;
 }
