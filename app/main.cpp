@@ -21,6 +21,11 @@
 #include <future>
 #include <thread>
 
+#include <fcntl.h>
+#include <linux/fb.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 namespace {
 constexpr int fileLevel = 2;
 constexpr int terminalLevel = 1;
@@ -28,6 +33,26 @@ constexpr int windowWidth = 800;  // pixels, of the touch display
 constexpr int windowHeight = 480; // pixels
 constexpr int leaveMs = 2000;     // how long the workers may take to end
 constexpr std::chrono::seconds consolePatience(5);
+
+/// Whether Qt is to draw on a frame buffer ("linuxfb", "linuxfb:fb=/dev/fb1") that is missing or cannot be
+/// used.
+bool frameBufferIsMissing()
+{
+    const QList<QByteArray> platform = qgetenv("QT_QPA_PLATFORM").split(':');
+    if (platform.first() != "linuxfb" || qEnvironmentVariableIsSet("QT_QPA_FB_DRM"))
+        return false;
+    QByteArray device = "/dev/fb0"; // Qt's own choice
+    for (const QByteArray &option : platform) {
+        if (option.startsWith("fb="))
+            device = option.mid(3);
+    }
+    const int fd = ::open(device.constData(), O_RDWR | O_CLOEXEC);
+    fb_var_screeninfo screen;
+    const bool missing = fd == -1 || ::ioctl(fd, FBIOGET_VSCREENINFO, &screen) == -1;
+    if (fd != -1)
+        ::close(fd);
+    return missing;
+}
 
 void registerMetaTypes()
 {
@@ -89,13 +114,8 @@ bool readOptions(int argc, char **argv, debugComponent *system)
     return fullscreen;
 }
 
-void show(mainWindow *window, bool fullscreen, debugComponent *system)
+void show(mainWindow *window, bool fullscreen)
 {
-    // Qt draws on the frame buffer of a dead or unplugged display by giving up, with the whole program.
-    if (!QGuiApplication::primaryScreen()) {
-        system->log(QStringLiteral("No screen found, running without the display"));
-        return;
-    }
     if (fullscreen) {
         // A bare X server has no window manager that would enlarge the window.
         window->setGeometry(QGuiApplication::primaryScreen()->geometry());
@@ -132,6 +152,11 @@ eventLoop *eLoop = nullptr;
 
 int main(int argc, char **argv)
 {
+    // A panel is the first part to fail, and without one Qt ends the whole program: at the first window, or
+    // at the first motion of a mouse. Then the window lives in memory alone.
+    const bool dark = frameBufferIsMissing();
+    if (dark)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication app(argc, argv);
     registerMetaTypes();
 
@@ -169,7 +194,9 @@ int main(int argc, char **argv)
     eLoop->addInstrument(QDomElement(), &waterTimer);
     eLoop->addInstrument(QDomElement(), &heatingTimer);
 
-    show(window, readOptions(argc, argv, eLoop->systemDebug), eLoop->systemDebug);
+    show(window, readOptions(argc, argv, eLoop->systemDebug));
+    if (dark)
+        eLoop->systemDebug->log(QStringLiteral("No screen found, running without the display"));
     paint();
     eLoop->configureSystem(confDir + QStringLiteral("config.xml"));
     eLoop->start();

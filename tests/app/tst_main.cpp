@@ -29,7 +29,6 @@ private slots:
     {
         scenario run;
         run.setVariable("QT_QPA_PLATFORM", "linuxfb:fb=/nonexistent");
-        run.setVariable("QT_QPA_FB_DISABLE_INPUT", "1");
         run.configure(scenario::installation());
         QVERIFY(run.start());
         QVERIFY(run.waitForLog("No screen found, running without the display"));
