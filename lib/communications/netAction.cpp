@@ -131,7 +131,11 @@ bool netAction::writeBody()
     m_fileIsThere = true;
     QFile file;
     file.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
-    return file.write(info.msgData) == info.msgData.size();
+    if (file.write(info.msgData) == info.msgData.size())
+        return true;
+    debug->log(
+        QStringLiteral("Action %1 could not be written: %2").arg(QString::number(index), file.errorString()));
+    return false;
 }
 
 /// Keeps the end of what curl has printed. A server may answer with more than the memory holds.

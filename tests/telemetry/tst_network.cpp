@@ -13,6 +13,10 @@
 #include <QTest>
 #include <QTimer>
 
+#include <csignal>
+
+#include <sys/resource.h>
+
 namespace {
 const char body[] = "{\"ts\":1,\"values\":{\"text\":\"\xB0\nC\"}}";
 
@@ -211,6 +215,15 @@ private slots:
         QCOMPARE(f.remaining, count);
 
         QVERIFY(QDir(f.data(0)).removeRecursively());
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{};
+        getrlimit(RLIMIT_FSIZE, &limit);
+        const rlimit full{0, limit.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full); // as a full disk
+        f.queue->sendData();
+        setrlimit(RLIMIT_FSIZE, &limit);
+        QCOMPARE(failures(f, "could not be written: "), count);
+
         f.host.write("/exit", "22");
         f.queue->sendData();
         QTRY_COMPARE(failures(f, "completed with return code 22."), count);
