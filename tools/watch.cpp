@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QMap>
 
 #include <cstdio>
@@ -46,7 +47,7 @@ public:
 private:
     struct row {
         QVariant value;
-        QDateTime at;
+        QElapsedTimer age; // also where the clock is set meanwhile
     };
 
     void take(const QByteArray &bytes);
@@ -75,7 +76,9 @@ void watcher::take(const QByteArray &bytes)
 {
     m_reader.append(bytes);
     while (const std::optional<datastoreElementType> element = m_reader.next()) {
-        m_rows[printable(element->key)] = {element->value, QDateTime::currentDateTimeUtc()};
+        row &taken = m_rows[printable(element->key)];
+        taken.value = element->value;
+        taken.age.start();
         show(*element);
     }
 }
@@ -108,11 +111,10 @@ void watcher::draw() const
         std::fputs("\033[H\033[J", stdout); // to the corner, and clear
     printRow(
         QStringLiteral("KEY"), QStringLiteral("VALUE"), QStringLiteral("TYPE"), QStringLiteral("   AGE"));
-    const QDateTime now = QDateTime::currentDateTimeUtc();
     int shown = 0;
     for (auto each = m_rows.constBegin(); each != m_rows.constEnd() && shown < most; ++each, ++shown)
         printRow(each.key(), valueText(each->value), typeText(each->value),
-            QStringLiteral("%1 s").arg(each->at.msecsTo(now) / msPerSecond, 4));
+            QStringLiteral("%1 s").arg(each->age.elapsed() / msPerSecond, 4));
     print(QStringLiteral("%1 of %2 keys, %3").arg(shown).arg(m_rows.size()).arg(m_status));
 }
 }
