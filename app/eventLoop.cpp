@@ -27,6 +27,7 @@
 #include <functional>
 
 namespace {
+constexpr int threadRetryMs = 1000;
 
 /// One type of component: the configuration's word for it and its constructor call.
 template <class T>
@@ -44,6 +45,17 @@ std::unique_ptr<T> make(const std::vector<typeRow<T>> &rows, const QString &type
             return row.make();
     }
     return nullptr;
+}
+
+/// A thread that the kernel refuses, for it is short of memory or tasks at the moment, is asked for again:
+/// without its timer or its card the house would stay cold until somebody looks.
+void startThread(QThread *thread, debugComponent *debug)
+{
+    thread->start(QThread::InheritPriority);
+    if (thread->isRunning())
+        return;
+    debug->log(QStringLiteral("Could not start a thread, trying again"));
+    QTimer::singleShot(threadRetryMs, thread, [thread, debug] { startThread(thread, debug); });
 }
 
 QString typeOf(const QDomElement &element)
@@ -64,7 +76,7 @@ eventLoop::eventLoop(datastore *store, debugComponent *debug, mainWindow *gui, t
     , samplerDebug(std::make_unique<debugComponent>())
     , netCtrl(std::make_unique<network>())
 {
-    netCtrl->start(QThread::InheritPriority);
+    startThread(netCtrl.get(), systemDebug);
     instrumentDebug->configure(QStringLiteral("Instruments"), componentTypes::group);
     samplerDebug->configure(QStringLiteral("Samplers"), componentTypes::group);
     for (debugComponent *child : {netCtrl->debug.get(), samplerDebug.get(), instrumentDebug.get()})
@@ -213,7 +225,7 @@ void eventLoop::startOnThread(T *worker)
         for (QTimer *running : worker->template findChildren<QTimer *>())
             running->stop();
     });
-    thread->start(QThread::InheritPriority);
+    startThread(thread, systemDebug);
 }
 
 bool eventLoop::finish(QDeadlineTimer deadline)

@@ -47,7 +47,7 @@ bool frameBufferIsMissing()
             device = option.mid(3);
     }
     const int fd = ::open(device.constData(), O_RDWR | O_CLOEXEC);
-    fb_var_screeninfo screen;
+    fb_var_screeninfo screen{};
     const bool missing = fd == -1 || ::ioctl(fd, FBIOGET_VSCREENINFO, &screen) == -1;
     if (fd != -1)
         ::close(fd);
