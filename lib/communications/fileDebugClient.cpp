@@ -1,8 +1,9 @@
 #include "lib/communications/fileDebugClient.h"
 
+#include "lib/support/childProcess.h"
+
 #include <QFile>
 #include <QLocale>
-#include <QProcess>
 
 #include <cstdio>
 
@@ -25,7 +26,9 @@ fileDebugClient::fileDebugClient(const QString &path, QObject *parent, const hos
 
 void fileDebugClient::registerComponent(const debugMessage &)
 {
-    QProcess::execute(QStringLiteral("mkdir"), {QStringLiteral("-p"), m_host.path(m_path)});
+    childProcess mkdir;
+    mkdir.start(QStringLiteral("mkdir"), {QStringLiteral("-p"), m_host.path(m_path)});
+    mkdir.waitForFinished(-1);
 }
 
 void fileDebugClient::log(const debugMessage &m)

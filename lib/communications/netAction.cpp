@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -46,7 +47,7 @@ netAction::~netAction()
 {
     if (m_places)
         m_places->stopWaiting(this);
-    for (QProcess *process : {&upload, &m_remove}) {
+    for (childProcess *process : {&upload, &m_remove}) {
         process->disconnect(this);
         if (process->state() == QProcess::NotRunning)
             continue;
@@ -83,6 +84,7 @@ void netAction::doAction()
 
 void netAction::handleRunning()
 {
+    started = std::min(started, m_host.now()); // the clock may have been set back since
     if (started.secsTo(m_host.now()) <= stallSeconds) {
         debug->log(QStringLiteral("Already running"));
         return;
@@ -164,6 +166,7 @@ void netAction::actionFinished()
                    .arg(index));
     debug->logStdOut(&upload, debugComponent::detailLevel);
     debug->logStdErr(&upload, debugComponent::detailLevel);
+    upload.close(); // gives its buffers back: a message may wait for weeks
     const bool startAgain = std::exchange(m_startAgain, false);
     if (exitCode == 0) {
         removeFile();

@@ -3,11 +3,11 @@
 
 #include "lib/communications/netActionInfo.h"
 
+#include "lib/support/childProcess.h"
 #include "lib/support/hostSystem.h"
 
 #include <QDateTime>
 #include <QObject>
-#include <QProcess>
 #include <QTimer>
 
 class debugComponent;
@@ -63,7 +63,7 @@ private:
     const hostSystem &m_host;
     netActionPlaces *m_places;
     bool m_completeOK = false;
-    QProcess upload;
+    childProcess upload;
     const unsigned int index;
     const netActionInfo info;
     debugComponent *debug;
@@ -73,7 +73,7 @@ private:
     bool m_holdsPlace = false;
     bool m_fileIsThere = false;
     bool m_delivered = false; // m_completeOK follows when the file is gone
-    QProcess m_remove;
+    childProcess m_remove;
     QTimer m_removeLimit{this};
 };
 

@@ -55,6 +55,12 @@ void network::threadStarted()
 {
     connect(&routeProcess, static_cast<void (QProcess::*)(int, QProcess::ExitStatus)>(&QProcess::finished),
         this, &network::processRouteResults);
+    connect(&routeProcess, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
+        if (error == QProcess::FailedToStart) // what else fails ends the process, which reports that itself
+            debug->log(QStringLiteral("\"ip route\" command could not be started: %1")
+                           .arg(routeProcess.errorString()),
+                routeLevel);
+    });
     repeat(checkTimer, checkIntervalMs, &network::checkNetworkAvailable);
     repeat(runActions, sendIntervalMs, &network::sendData);
     repeat(cleanActions, cleanIntervalMs, &network::cleanup);

@@ -4,10 +4,10 @@
 #include "lib/communications/netActionInfo.h"
 #include "lib/communications/netActionPlaces.h"
 
+#include "lib/support/childProcess.h"
 #include "lib/support/hostSystem.h"
 
 #include <QList>
-#include <QProcess>
 #include <QThread>
 #include <QTimer>
 #include <QVariant>
@@ -68,7 +68,7 @@ private:
     QTimer checkTimer{this};
     QTimer runActions{this};
     QTimer cleanActions{this};
-    QProcess routeProcess;
+    childProcess routeProcess;
 };
 
 #endif

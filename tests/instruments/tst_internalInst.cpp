@@ -2,6 +2,7 @@
 
 #include "lib/instruments/internal/int_diskfree.h"
 #include "tests/support/fakePrograms.h"
+#include "tests/support/refusal.h"
 #include "tests/support/testedDevice.h"
 
 #include <QTest>
@@ -73,6 +74,11 @@ private slots:
             xml("<sensor><filesystem>/hangs</filesystem><filesystem>/</filesystem></sensor>"), f.host, 300);
         QCOMPARE(disks.takeSample().resultName, QStringList{"/Free"});
         QCOMPARE(disks.debug->lastLog(), QString("df did not finish within 300 ms, killed"));
+        // One that the kernel refuses is tried again.
+        refused = true;
+        QCOMPARE(f.sample(), QString());
+        refused = false;
+        QCOMPARE(f.sample(), QString("big=50 /Free=25"));
     }
 };
 

@@ -6,7 +6,9 @@
 #include "tests/support/fakeHost.h"
 #include "tests/support/fakePrograms.h"
 #include "tests/support/logSink.h"
+#include "tests/support/refusal.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -143,6 +145,8 @@ private slots:
     {
         fixture f;
         f.fillEveryPlace();
+        f.host.setUtc(QDateTime({2025, 1, 1}, {}, Qt::UTC)); // set back: the wait counts from here
+        f.queue->sendData();
         f.host.advance(180999);
         f.queue->sendData();
         QCOMPARE(f.log.texts().last(), QStringLiteral("Already running"));
@@ -216,12 +220,12 @@ private slots:
 
         QVERIFY(QDir(f.data(0)).removeRecursively());
         std::signal(SIGXFSZ, SIG_IGN);
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        const rlimit full{0, limit.rlim_max};
+        rlimit usual{};
+        getrlimit(RLIMIT_FSIZE, &usual);
+        const rlimit full{0, usual.rlim_max};
         setrlimit(RLIMIT_FSIZE, &full); // as a full disk
         f.queue->sendData();
-        setrlimit(RLIMIT_FSIZE, &limit);
+        setrlimit(RLIMIT_FSIZE, &usual);
         QCOMPARE(failures(f, "could not be written: "), count);
 
         f.host.write("/exit", "22");
@@ -235,6 +239,23 @@ private slots:
         f.queue->sendData();
         QTRY_COMPARE(f.remaining, 0);
         QCOMPARE(f.count(), 2 * count);
+    }
+
+    void goOnAfterAMomentWithoutMemory()
+    {
+        fixture f;
+        f.queue->threadStarted();
+        refused = true;
+        const QString refusal = f.checkRoute();
+        QVERIFY2(refusal.startsWith("\"ip route\" command could not be started: "), qPrintable(refusal));
+        refused = false;
+        QCOMPARE(f.checkRoute(), QStringLiteral("Default route found - network is accessible"));
+        refused = true;
+        f.request(1);
+        QVERIFY(f.log.texts().join('\n').contains("Action 0 could not be started: "));
+        refused = false;
+        f.queue->sendData();
+        QTRY_COMPARE(f.remaining, 0);
     }
 
     void writesNothingButItsOwnFile()

@@ -2,9 +2,8 @@
 
 #include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
+#include "lib/support/childProcess.h"
 #include "lib/support/configKeys.h"
-
-#include <QProcess>
 
 #include <utility>
 
@@ -37,7 +36,7 @@ void int_diskfree::addFileSystem(const QDomElement &element)
 sensorResultPacket int_diskfree::takeSample()
 {
     sensorResultPacket packet;
-    auto df = std::make_unique<QProcess>();
+    auto df = std::make_unique<childProcess>();
     for (int i = 0; i < fileSystem.size(); ++i) {
         const QString &path = fileSystem[i];
         if (m_stuck.value(path)) {
@@ -48,13 +47,13 @@ sensorResultPacket int_diskfree::takeSample()
         if (free)
             packet.add(storagePrepend + fileSystemName[i], *free);
         if (df->state() != QProcess::NotRunning)
-            leaveBehind(std::exchange(df, std::make_unique<QProcess>()), path);
+            leaveBehind(std::exchange(df, std::make_unique<childProcess>()), path);
     }
     return packet;
 }
 
 /// A dead network mount holds a df that even its kill does not end; to destroy the object would wait for it.
-void int_diskfree::leaveBehind(std::unique_ptr<QProcess> df, const QString &path)
+void int_diskfree::leaveBehind(std::unique_ptr<childProcess> df, const QString &path)
 {
     QProcess *const stuck = df.release();
     QObject::connect(

@@ -9,6 +9,7 @@
 #include <memory>
 
 class QProcess;
+class childProcess;
 
 /// Publishes how much of each configured file system is free (double, per cent), under the name given to it
 /// or its path followed by "Free".
@@ -33,7 +34,7 @@ private:
     void addFileSystem(const QDomElement &element);
     std::optional<double> percentFree(QProcess &df, const QString &path) const;
     bool finishes(QProcess &df) const;
-    void leaveBehind(std::unique_ptr<QProcess> df, const QString &path);
+    void leaveBehind(std::unique_ptr<childProcess> df, const QString &path);
 
     const int m_timeLimitMs;
     QStringList fileSystem;
