@@ -53,9 +53,10 @@ bool gpioInterface::set(int pin, bool value)
 
 bool gpioInterface::prepare(int pin, const char *direction)
 {
-    // Exporting a pin again is refused by the kernel and harmless.
-    if (!write(QStringLiteral("/sys/class/gpio/export"), QByteArray::number(pin) + '\n'))
+    QFile file(m_host.path(QStringLiteral("/sys/class/gpio/export")));
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return fail(QStringLiteral("Could not open export (GPIO%1)"), pin);
+    file.write(QByteArray::number(pin) + '\n'); // again: refused by the kernel and harmless
     if (!writePin(pin, "direction", direction))
         return fail(QStringLiteral("Could not set pin direction (GPIO%1)"), pin);
     return true;
@@ -72,14 +73,10 @@ bool gpioInterface::writePin(int pin, const char *name, const QByteArray &text)
     return true;
 }
 
-/// False only if the file cannot be opened.
 bool gpioInterface::write(const QString &path, const QByteArray &text)
 {
     QFile file(m_host.path(path));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        return false;
-    file.write(text);
-    return true;
+    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size();
 }
 
 bool gpioInterface::fail(const QString &message, int pin)

@@ -1,5 +1,6 @@
 #include "lib/interfaces/gpioInterface.h"
 
+#include "lib/communications/debugComponent.h"
 #include "tests/support/fakeHost.h"
 
 #include <QTest>
@@ -47,6 +48,10 @@ private slots:
                 QCOMPARE(f.file("gpio17/direction"), QByteArray("out\n"));
             }
         }
+        QVERIFY(QFile::remove(f.path(gpio + "gpio17/value")));
+        QVERIFY(QFile::link("/dev/full", f.path(gpio + "gpio17/value"))); // as a pin that the kernel keeps
+        QVERIFY(!f.tested.set(17, true));
+        QCOMPARE(f.tested.debug->lastLog(), QString("Could not set pin value (GPIO17)"));
         QVERIFY(!f.tested.set(-1, true)); // no pin assigned
         QCOMPARE(f.file("export"), QByteArray("17\n"));
     }
