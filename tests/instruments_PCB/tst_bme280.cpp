@@ -53,6 +53,20 @@ private slots:
         QCOMPARE(f.sample(), QString("xTemperature=21 xHumidity=50"));
     }
 
+    void aLostTransferInventsNoClimate()
+    {
+        constexpr int first = 3; // behind the chip's name
+        constexpr int last = 30;
+        for (int lost = first; lost <= last; ++lost) {
+            fixture f;
+            f.host.lostTransfer = lost;
+            f.start("<interface>i2c</interface>");
+            const QString climate = f.sample();
+            QVERIFY2(climate == nothing || climate == roomClimate, qPrintable(climate));
+            QCOMPARE(f.sample(), roomClimate);
+        }
+    }
+
     void publishesNothingForAFailedSample()
     {
         fixture f;

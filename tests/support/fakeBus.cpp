@@ -70,7 +70,8 @@ ssize_t fakeBus::write(int fd, const void *data, size_t length) const
 fakeBus::chip *fakeBus::chipFor(int fd, size_t &length) const
 {
     const auto selected = m_selected.find(fd);
-    if (selected == m_selected.end() || selected->second == noAddress || spend(refusedTransfers))
+    if (selected == m_selected.end() || selected->second == noAddress || spend(refusedTransfers)
+        || (spend(lostTransfer) && lostTransfer == 0))
         return nullptr;
     if (spend(shortTransfers))
         --length;

@@ -19,6 +19,7 @@ public:
     mutable int refusedOpens = 0;
     mutable int refusedTransfers = 0;
     mutable int shortTransfers = 0;
+    mutable int lostTransfer = 0; ///< the number, from now on, of one that fails
     bool refusesAddresses = false;
 
     /// Content of the registers from \a reg on.

@@ -117,8 +117,17 @@ void bme280::identifyChip()
 void bme280::initialise(const QString &chipName)
 {
     debug->log(QStringLiteral("Device is a Bosch Sensortec ") + chipName);
-    if (bme280_init(&dev) == bme280Ok)
+    calibrate();
+}
+
+/// A transfer may get lost: without the chip's calibration its readings mean nothing.
+bool bme280::calibrate()
+{
+    if (!m_calibrated && bme280_init(&dev) == bme280Ok) {
+        m_calibrated = true;
         debug->log(QStringLiteral("Device initialised"));
+    }
+    return m_calibrated;
 }
 
 void bme280::takeSample()
@@ -129,7 +138,8 @@ void bme280::takeSample()
     }
     if (!takeBus())
         return;
-    const std::optional<bme280_data> measured = measure();
+    const bool readable = device != bme280ChipId || calibrate();
+    const std::optional<bme280_data> measured = readable ? measure() : std::nullopt;
     i2cBus->releaseBus();
     if (!measured) {
         debug->log(QStringLiteral("Failed to query device\n"));

@@ -42,6 +42,7 @@ private:
     void connectChip();
     void identifyChip();
     void initialise(const QString &chipName);
+    bool calibrate();
     std::optional<bme280_data> measure();
 
     const hostSystem &m_host;
@@ -50,7 +51,8 @@ private:
     int period = 5000;  // ms
     QTimer *sampleTimer = nullptr;
     i2cInterface *i2cBus = nullptr; // not owned
-    bme280_dev dev;                 // without callbacks until the bus could be taken
+    bool m_calibrated = false;
+    bme280_dev dev; // without callbacks until the bus could be taken
 };
 
 #endif
