@@ -4,6 +4,7 @@
 #include "app/mainWindow.h"
 #include "app/timer.h"
 #include "app/valve.h"
+#include "app/wiringCheck.h"
 #include "lib/communications/componentTypes.h"
 #include "lib/communications/debugComponent.h"
 #include "lib/communications/network.h"
@@ -113,6 +114,8 @@ bool eventLoop::configureSystem(const QString &fileName)
             {"sampler", [this](const QDomElement &element) { readSampler(element); }},
             {"instrument", [this](const QDomElement &element) { readInstrument(element); }},
         });
+    for (const QString &mistake : wiringMistakes(root))
+        systemDebug->log(mistake);
     systemDebug->log(QStringLiteral("Loaded configuration file."));
     return true;
 }

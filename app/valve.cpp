@@ -13,14 +13,6 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-namespace {
-
-QString demandKey(const QString &card, int channel)
-{
-    return card + QStringLiteral("Power%1Demand").arg(channel);
-}
-}
-
 valve::valve(datastore *store, QList<interface *> *ifaces, QThread *parent)
     : instrument(store, ifaces, parent)
 {
@@ -81,6 +73,11 @@ void valve::followStore()
     };
     connect(this, &valve::thermostatUpdated, this, &valve::updateData);
     connect(CDS, &datastore::dataUpdated, this, pickOut, Qt::DirectConnection);
+}
+
+QString valve::demandKey(const QString &card, int channel)
+{
+    return card + QStringLiteral("Power%1Demand").arg(channel);
 }
 
 void valve::start()

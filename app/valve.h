@@ -29,6 +29,9 @@ public:
 
     void configureInstrument(QDomElement block) override;
 
+    /// Where the switch board with the prefix \a card looks for what its relay \a channel is to do.
+    static QString demandKey(const QString &card, int channel);
+
 public slots:
     void start() override;
     void takeSample();

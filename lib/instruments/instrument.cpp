@@ -74,8 +74,6 @@ void instrument::configurePower(const QDomElement &element)
 {
     if (iface)
         iface->power->configure(element);
-    else
-        debug->log(QStringLiteral("Power control ignored, the instrument names no interface that exists"));
 }
 
 void instrument::attach(interface *used)

@@ -52,14 +52,6 @@ private slots:
         }
     }
 
-    void saysThatASupplyHasNoInterface()
-    {
-        fixture f;
-        f.device.configure(
-            xml("<instrument><interface>far</interface><power><pin>4</pin></power></instrument>"));
-        QVERIFY(f.device.debug->lastLog().startsWith("Power control ignored"));
-    }
-
     void leavesASharedSupplyToTheThreadThatStartedIt()
     {
         qRegisterMetaType<datastoreElementType>(); // as main() does
