@@ -4,6 +4,7 @@
 #include "lib/support/configKeys.h"
 
 #include <QHash>
+#include <QSet>
 
 namespace {
 
@@ -85,7 +86,7 @@ private:
                 QStringLiteral(
                     "is on the same bus as the switch board of line %1, and so drives the same relays"));
         for (const int channel : {1, 2})
-            m_demands.append(valve::demandKey(prefix, channel).toLower());
+            m_demands.insert(valve::demandKey(prefix, channel).toLower());
     }
 
     void readOutputs(const QDomElement &block)
@@ -125,7 +126,7 @@ private:
 
     QHash<QString, QDomElement> m_interfaces; // of I2C, by name; the first of a name counts
     QHash<QString, int> m_taken;              // by what is for one block alone: its line
-    QStringList m_demands;                    // the keys that the switch boards read, in lower case
+    QSet<QString> m_demands;                  // the keys that the switch boards read, in lower case
 };
 }
 
