@@ -72,7 +72,7 @@ private:
         if (isBoard)
             readBoard(block, bus);
         else if (type == QLatin1String("ds18b20"))
-            takeAlone(block, type + valueOf(block, "dataprepend", type),
+            takeAlone(block, "sensor " + valueOf(block, "dataprepend", type).toLower(),
                 QStringLiteral("publishes the same key as the sensor of line %1"));
     }
 
@@ -86,7 +86,7 @@ private:
                 QStringLiteral(
                     "is on the same bus as the switch board of line %1, and so drives the same relays"));
         for (const int channel : {1, 2})
-            m_demands.insert(valve::demandKey(prefix, channel).toLower());
+            m_demands.insert(valve::demandKey(prefix, channel));
     }
 
     void readOutputs(const QDomElement &block)
@@ -95,24 +95,25 @@ private:
             return;
         const QString prefix = valueOf(block, "dataprepend");
         if (typeOf(block) == QLatin1String("controllogic")) {
-            readOutput(block, "pumpout", prefix + valueOf(block, "pumpout"));
-            readOutput(block, "boilerout", prefix + valueOf(block, "boilerout"));
+            readOutput(block, "pumpout", prefix + valueOf(block, "pumpout", QStringLiteral("NoPump")));
+            readOutput(block, "boilerout", prefix + valueOf(block, "boilerout", QStringLiteral("NoBoiler")));
         } else if (typeOf(block) == QLatin1String("valve")) {
             for (const QByteArray output : {"midout", "fullout"})
                 readOutput(block, output,
                     prefix
-                        + valve::demandKey(
-                            valueOf(block, output + "card"), valueOf(block, output + "chan").toInt()));
+                        + valve::demandKey(valueOf(block, output + "card", QStringLiteral("NoCard")),
+                            valueOf(block, output + "chan").toInt()));
         }
     }
 
     void readOutput(const QDomElement &block, const char *output, const QString &key)
     {
-        if (!m_demands.contains(key.toLower()))
+        // With its case: a card asks for its key and has stored its own default under it before.
+        if (!m_demands.contains(key))
             complain(block, QStringLiteral("%1 is \"%2\", which no switch board reads").arg(output, key));
         else
-            takeAlone(
-                block, key.toLower(), QStringLiteral("%1 drives the relay that line %2 drives").arg(output));
+            takeAlone(block, "output " + key,
+                QStringLiteral("%1 drives the relay that line %2 drives").arg(output));
     }
 
     /// Complains when another block has taken \a what, which is for one alone.
@@ -126,7 +127,7 @@ private:
 
     QHash<QString, QDomElement> m_interfaces; // of I2C, by name; the first of a name counts
     QHash<QString, int> m_taken;              // by what is for one block alone: its line
-    QSet<QString> m_demands;                  // the keys that the switch boards read, in lower case
+    QSet<QString> m_demands;                  // the keys that the switch boards read
 };
 }
 

@@ -6,10 +6,10 @@
 
 /// Mistakes of a configuration whose blocks are right one by one, but do not fit together: a pump's demand
 /// that no switch board reads, two that drive one relay, two switch boards of one prefix or on one bus, a
-/// supply that nobody switches. Without a word they would show by a wrong relay only.
+/// supply that its instrument does not switch. Without a word they would show by a wrong relay only.
 ///
-/// One line each, with the number of the line in the file; nothing that may be meant. \a root is the element
-/// around the blocks.
+/// One line each, with the number of the line in the file. A pump, or a contact of the valve, that the plant
+/// does not have is named, too. \a root is the element around the blocks.
 QStringList wiringMistakes(const QDomElement &root);
 
 #endif

@@ -33,10 +33,11 @@ private slots:
             QByteArray to;
             QString mistakes; // without the lines' numbers
         };
-        const QList<row> rows{{"card1", "Card1", ""}, // the store does not tell them apart
-            {"card1Power1Demand", "CARD1power1demand", ""},
+        const QList<row> rows{{"card1", "Card1", ""},
+            {"card1Power1Demand", "Card1Power1Demand",
+                "pumpout is \"Card1Power1Demand\", which no switch board reads"},
             {"<pumpout>card1Power1Demand</pumpout>", "<pump/>",
-                "pumpout is \"\", which no switch board reads"},
+                "pumpout is \"NoPump\", which no switch board reads"},
             {"card1Power2Demand", "card1Power2Demnd",
                 "boilerout is \"card1Power2Demnd\", which no switch board reads"},
             {"<fulloutchan>2</fulloutchan>", "",
