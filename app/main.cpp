@@ -19,6 +19,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <future>
+#include <system_error>
 #include <thread>
 
 #include <fcntl.h>
@@ -39,7 +40,7 @@ constexpr std::chrono::seconds consolePatience(5);
 bool frameBufferIsMissing()
 {
     const QList<QByteArray> platform = qgetenv("QT_QPA_PLATFORM").split(':');
-    if (platform.first() != "linuxfb" || qEnvironmentVariableIsSet("QT_QPA_FB_DRM"))
+    if (platform.first() != "linuxfb" || qEnvironmentVariableIntValue("QT_QPA_FB_DRM") != 0)
         return false;
     QByteArray device = "/dev/fb0"; // Qt's own choice
     for (const QByteArray &option : platform) {
@@ -80,7 +81,12 @@ void blankConsoleAndReadFonts()
 {
     std::packaged_task<void()> blanking(blankConsole);
     const std::future<void> blanked = blanking.get_future();
-    std::thread console(std::move(blanking));
+    std::thread console;
+    try {
+        console = std::thread(std::move(blanking));
+    } catch (const std::system_error &) {
+        return; // no memory for a thread: the console stays as it is
+    }
     QFontMetrics(QFont()).height();
     if (blanked.wait_for(consolePatience) == std::future_status::ready)
         console.join();
@@ -116,6 +122,8 @@ bool readOptions(int argc, char **argv, debugComponent *system)
 
 void show(mainWindow *window, bool fullscreen)
 {
+    if (!QGuiApplication::primaryScreen())
+        return; // what looked like a screen is none
     if (fullscreen) {
         // A bare X server has no window manager that would enlarge the window.
         window->setGeometry(QGuiApplication::primaryScreen()->geometry());
@@ -195,7 +203,7 @@ int main(int argc, char **argv)
     eLoop->addInstrument(QDomElement(), &heatingTimer);
 
     show(window, readOptions(argc, argv, eLoop->systemDebug));
-    if (dark)
+    if (dark || !QGuiApplication::primaryScreen())
         eLoop->systemDebug->log(QStringLiteral("No screen found, running without the display"));
     paint();
     eLoop->configureSystem(confDir + QStringLiteral("config.xml"));

@@ -56,7 +56,11 @@ private:
     static bool isReady(int waitMs)
     {
         pollfd state{STDOUT_FILENO, POLLOUT, 0};
-        return ::poll(&state, 1, waitMs) == 1 && state.revents == POLLOUT;
+        int ready = -1;
+        do { // the end of a child process may interrupt
+            ready = ::poll(&state, 1, waitMs);
+        } while (ready == -1 && errno == EINTR);
+        return ready == 1 && state.revents == POLLOUT;
     }
 
     int m_flags = -1; // to put back
