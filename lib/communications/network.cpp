@@ -6,7 +6,10 @@
 
 #include <QCoreApplication>
 
+#include <utility>
+
 namespace {
+constexpr int shownLevel = 0;
 constexpr int routeLevel = 4;
 constexpr int checkIntervalMs = 5000;
 constexpr int sendIntervalMs = 30000;
@@ -55,12 +58,7 @@ void network::threadStarted()
 {
     connect(&routeProcess, static_cast<void (QProcess::*)(int, QProcess::ExitStatus)>(&QProcess::finished),
         this, &network::processRouteResults);
-    connect(&routeProcess, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart) // what else fails ends the process, which reports that itself
-            debug->log(QStringLiteral("\"ip route\" command could not be started: %1")
-                           .arg(routeProcess.errorString()),
-                routeLevel);
-    });
+    connect(&routeProcess, &QProcess::errorOccurred, this, &network::routeCheckFailed);
     repeat(checkTimer, checkIntervalMs, &network::checkNetworkAvailable);
     repeat(runActions, sendIntervalMs, &network::sendData);
     repeat(cleanActions, cleanIntervalMs, &network::cleanup);
@@ -138,8 +136,19 @@ void network::checkNetworkAvailable()
     routeProcess.start(QStringLiteral("ip"), {QStringLiteral("route")}, QIODevice::ReadWrite);
 }
 
+/// Nothing is uploaded while this lasts; it is said once.
+void network::routeCheckFailed(QProcess::ProcessError error)
+{
+    if (error != QProcess::FailedToStart)
+        return; // what else fails ends the process, which reports that itself
+    debug->log(
+        QStringLiteral("\"ip route\" command could not be started: %1").arg(routeProcess.errorString()),
+        std::exchange(m_routeCheckFails, true) ? routeLevel : shownLevel);
+}
+
 void network::processRouteResults()
 {
+    m_routeCheckFails = false;
     if (routeProcess.exitCode() != 0) {
         debug->log(QStringLiteral("\"ip route\" command finished with code %1").arg(routeProcess.exitCode()),
             routeLevel);

@@ -52,6 +52,7 @@ private:
     enum class reachability { unknown, accessible, notAccessible };
 
     void repeat(QTimer &timer, int ms, void (network::*slot)());
+    void routeCheckFailed(QProcess::ProcessError error);
     void setReachability(reachability found);
     int removeCompleted();
     void withdraw();
@@ -62,6 +63,7 @@ private:
     bool sendImmediate = false;
     std::unique_ptr<debugComponent> actionDebug;
     std::unique_ptr<debugComponent> cleanDebug;
+    bool m_routeCheckFails = false; // it could not even be started
     reachability m_reachability = reachability::unknown;
     netActionPlaces m_places;
     QList<netAction *> actionList; // in order of arrival; children of this
