@@ -13,8 +13,8 @@ class QFile;
 /// Reads and drives single GPIO pins through the kernel's sysfs files.
 ///
 /// Every call exports the pin, sets its direction and opens and closes the files; nothing is kept between
-/// calls. Both calls are false, with one log line, when a file cannot be opened, those to be written within a
-/// second, and false without one for pin -1, which means that no pin is assigned.
+/// calls. Both calls are false, with one log line, when a file cannot be opened, or one of the pin's own not
+/// written within a second, and false without one for pin -1, which means that no pin is assigned.
 /// Thread: any one at a time. Source: Linux kernel, Documentation/admin-guide/gpio/sysfs.rst.
 class gpioInterface
 {

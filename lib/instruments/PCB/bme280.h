@@ -51,8 +51,8 @@ private:
     int period = 5000;  // ms
     QTimer *sampleTimer = nullptr;
     i2cInterface *i2cBus = nullptr; // not owned
-    bool m_calibrated = false;
-    bme280_dev dev; // without callbacks until the bus could be taken
+    bool m_calibrated = false;      // the calibration that dev holds is the chip's
+    bme280_dev dev;                 // without callbacks until the bus could be taken
 };
 
 #endif
